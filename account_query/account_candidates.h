@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// A table and column that hold account names.
+struct AccountSource {
+    std::wstring schema;  // empty for a source that the operator named
+    std::wstring table;
+    std::wstring column;
+    int score = 0;  // how much its names look like accounts; 0 for a source that the operator named
+    bool autoDetected = false;  // false, too, while it is only a candidate
+};
+
+/// True when `fragment` occurs in `text`, letter case aside (towlower); an empty fragment always does.
+bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment);
+
+/// True for a column that may hold personal data or secrets by its name: it is never searched. A plain
+/// substring test, which on purpose also keeps away from names such as zip, description or hotel.
+bool IsSensitiveColumnName(std::wstring_view column);
+
+/// Scores a candidate by its table's and column's names, letter case aside. Rules add up; the result can be
+/// negative (log and history tables).
+int ScoreAccountCandidate(const AccountSource& candidate);
+
+/// Best score first; equal scores keep their order.
+void RankAccountCandidates(std::vector<AccountSource>& candidates);
+
+/// The quoted table name, with its schema when it has one.
+/// @throws RuntimeError as QuoteIdentifier under the label "账号表名".
+std::wstring QualifiedAccountTable(const AccountSource& source);
+
+/// The quoted column name.
+/// @throws RuntimeError as QuoteIdentifier under the label "账号字段名".
+std::wstring QuotedAccountColumn(const AccountSource& source);

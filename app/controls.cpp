@@ -1,0 +1,119 @@
+#include "app/controls.h"
+
+// after windows.h, which it needs
+#include <commctrl.h>
+
+namespace {
+
+struct KindTraits {
+    const wchar_t* windowClass;
+    DWORD style;
+    DWORD exStyle;
+};
+
+KindTraits TraitsOf(ControlKind kind) noexcept {
+    switch (kind) {
+        case ControlKind::Label:
+            return {WC_STATICW, SS_LEFTNOWORDWRAP, 0};
+        case ControlKind::Edit:
+            return {WC_EDITW, ES_AUTOHSCROLL, WS_EX_CLIENTEDGE};
+        case ControlKind::ReadOnlyEdit:
+            return {WC_EDITW, ES_AUTOHSCROLL | ES_READONLY, WS_EX_CLIENTEDGE};
+        case ControlKind::NumberEdit:
+            return {WC_EDITW, ES_AUTOHSCROLL | ES_NUMBER, WS_EX_CLIENTEDGE};
+        case ControlKind::PasswordEdit:
+            return {WC_EDITW, ES_AUTOHSCROLL | ES_PASSWORD, WS_EX_CLIENTEDGE};
+        case ControlKind::Button:
+            return {WC_BUTTONW, BS_PUSHBUTTON, 0};
+        case ControlKind::Combo:
+            return {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL, 0};
+        case ControlKind::FramedCombo:
+            return {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL, WS_EX_CLIENTEDGE};
+        case ControlKind::List:
+            return {WC_LISTVIEWW, LVS_REPORT | LVS_SINGLESEL, WS_EX_CLIENTEDGE};
+        case ControlKind::Status:
+            return {WC_STATICW, SS_LEFT, 0};
+    }
+    return {};
+}
+
+}  // namespace
+
+void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font) {
+    const auto instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(parent, GWLP_HINSTANCE));
+    for (const ControlSpec& spec : specs) {
+        const KindTraits traits = TraitsOf(spec.kind);
+        const HWND control = CreateWindowExW(
+            traits.exStyle, traits.windowClass, spec.text, WS_CHILD | WS_VISIBLE | traits.style, 0, 0, 0, 0,
+            parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.id)), instance, nullptr);
+        SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+    }
+}
+
+void PlaceControls(HWND parent, std::span<const ControlPlace> places) {
+    for (const ControlPlace& place : places) {
+        MoveWindow(GetDlgItem(parent, place.id), place.x, place.y, place.width, place.height, TRUE);
+    }
+}
+
+std::wstring ControlText(HWND control) {
+    return ControlText(control, static_cast<size_t>(GetWindowTextLengthW(control)));
+}
+
+std::wstring ControlText(HWND control, size_t mostUnits) {
+    std::wstring text(mostUnits, L'\0');
+    // The count includes the terminator, for which a string has room behind its end.
+    const int length = GetWindowTextW(control, text.data(), static_cast<int>(mostUnits) + 1);
+    text.resize(static_cast<size_t>(length));
+    return text;
+}
+
+void SetStatus(HWND status, const std::wstring& text) {
+    SetWindowTextW(status, text.c_str());
+    UpdateWindow(status);
+}
+
+void SetUpList(HWND list, std::span<const ListColumn> columns) {
+    ListView_SetExtendedListViewStyle(list, LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    int index = 0;
+    for (const ListColumn& column : columns) {
+        LVCOLUMNW data = {};
+        data.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
+        data.pszText = const_cast<wchar_t*>(column.title);  // the control copies it
+        data.cx = column.width;
+        data.iSubItem = index;
+        SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index++), reinterpret_cast<LPARAM>(&data));
+    }
+}
+
+ListFill::ListFill(HWND list, size_t rowCount) : list_(list) {
+    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
+    SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
+    if (rowCount > 0) SendMessageW(list_, LVM_SETITEMCOUNT, rowCount, 0);
+}
+
+ListFill::~ListFill() {
+    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(list_, nullptr, TRUE);
+}
+
+void ListFill::AddRow(std::initializer_list<const wchar_t*> texts) {
+    LVITEMW item = {};
+    item.mask = LVIF_TEXT;
+    item.iItem = rows_++;
+    for (const wchar_t* text : texts) {
+        item.pszText = const_cast<wchar_t*>(text);  // the control copies it
+        const UINT message = item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW;
+        SendMessageW(list_, message, 0, reinterpret_cast<LPARAM>(&item));
+        ++item.iSubItem;
+    }
+}
+
+DisabledButtons::DisabledButtons(HWND parent, std::span<const int> ids) : parent_(parent), ids_(ids) {
+    for (const int id : ids_) EnableWindow(GetDlgItem(parent_, id), FALSE);
+}
+
+void DisabledButtons::Enable() noexcept {
+    for (const int id : ids_) EnableWindow(GetDlgItem(parent_, id), TRUE);
+    ids_ = {};
+}

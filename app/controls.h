@@ -1,0 +1,101 @@
+#pragma once
+
+#include <windows.h>
+
+#include <initializer_list>
+#include <span>
+#include <string>
+
+#include "app/control_place.h"
+
+/// The kinds of child controls, each with its window class and fixed styles.
+enum class ControlKind {
+    Label,
+    Edit,
+    ReadOnlyEdit,
+    NumberEdit,
+    PasswordEdit,
+    Button,
+    Combo,
+    FramedCombo,
+    List,
+    Status
+};
+
+/// One row of a window's control table.
+struct ControlSpec {
+    int id;
+    ControlKind kind;
+    const wchar_t* text;
+};
+
+/// Creates the controls in table order as visible children with `font`; the layout sizes them afterwards.
+void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font);
+
+/// Moves every control to its place and repaints it.
+void PlaceControls(HWND parent, std::span<const ControlPlace> places);
+
+/// A control's text, whole, or at most its first `mostUnits` UTF-16 units.
+std::wstring ControlText(HWND control);
+std::wstring ControlText(HWND control, size_t mostUnits);
+
+/// Sets a status line and paints it at once: the action that follows blocks the thread.
+void SetStatus(HWND status, const std::wstring& text);
+
+/// One column of a list view: its title and its width in pixels.
+struct ListColumn {
+    const wchar_t* title;
+    int width;
+};
+
+/// Gives a list view grid lines, full-row selection, double buffering and its columns.
+void SetUpList(HWND list, std::span<const ListColumn> columns);
+
+/// Replaces the rows of a list view. Drawing is off from construction to destruction, so that a long list is
+/// laid out and painted once.
+class ListFill {
+public:
+    /// Deletes all rows and announces `rowCount` new ones.
+    ListFill(HWND list, size_t rowCount);
+    ~ListFill();
+    ListFill(const ListFill&) = delete;
+    ListFill& operator=(const ListFill&) = delete;
+
+    /// Appends a row with the texts of its columns from the left.
+    void AddRow(std::initializer_list<const wchar_t*> texts);
+
+private:
+    HWND list_;
+    int rows_ = 0;
+};
+
+/// Disables buttons, and enables them again at the end of its scope.
+class DisabledButtons {
+public:
+    /// `ids` must outlive the object.
+    DisabledButtons(HWND parent, std::span<const int> ids);
+    ~DisabledButtons() { Enable(); }
+    DisabledButtons(const DisabledButtons&) = delete;
+    DisabledButtons& operator=(const DisabledButtons&) = delete;
+
+    /// Enables the buttons before the end of the scope; does nothing the second time.
+    void Enable() noexcept;
+
+private:
+    HWND parent_;
+    std::span<const int> ids_;
+};
+
+/// Shows one of the system's cursors (IDC_WAIT while an action runs), and the one before it again at the end
+/// of its scope.
+class ShownCursor {
+public:
+    explicit ShownCursor(const wchar_t* systemCursor) noexcept
+        : previous_(SetCursor(LoadCursorW(nullptr, systemCursor))) {}
+    ~ShownCursor() { SetCursor(previous_); }
+    ShownCursor(const ShownCursor&) = delete;
+    ShownCursor& operator=(const ShownCursor&) = delete;
+
+private:
+    HCURSOR previous_;
+};

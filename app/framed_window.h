@@ -1,0 +1,66 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <optional>
+
+#include "app/frame_paint.h"
+
+/// A top-level window with the painted frame that both windows of the program share: a caption strip that
+/// moves the window and holds three glyphs, a banner, a section heading. It answers the frame's messages
+/// itself and hands the others to the functions below, which run on the one user-interface thread.
+///
+/// The object is attached at WM_NCCREATE and detached at WM_NCDESTROY. Whoever creates it keeps a shared
+/// pointer at least until OnDetached; a message that is being handled keeps the object alive by itself, so a
+/// window that is destroyed under an open message box does not take its object away from the code that waits
+/// for the box.
+class FramedWindow : public std::enable_shared_from_this<FramedWindow> {
+public:
+    virtual ~FramedWindow() = default;
+    FramedWindow(const FramedWindow&) = delete;
+    FramedWindow& operator=(const FramedWindow&) = delete;
+
+    /// Registers the window class (a class that exists already is fine) and creates the window, not yet
+    /// visible, `width` by `height` pixels. The object must be owned by a shared pointer.
+    /// @return false when the window could not be created.
+    bool Create(HINSTANCE instance, const wchar_t* windowClass, HWND owner, int width, int height);
+
+    /// Null before creation and after destruction.
+    HWND Handle() const noexcept { return handle_; }
+
+protected:
+    explicit FramedWindow(const FrameStyle& style) noexcept : style_(style) {}
+
+    /// Creates the children; the fonts exist already. The layout is applied afterwards.
+    virtual void OnCreate() = 0;
+    /// Places the children in a client area of `width` by `height` pixels.
+    virtual void Layout(int width, int height) = 0;
+    /// A child's notification; false leaves it to the system.
+    virtual bool OnCommand(int controlId) = 0;
+    virtual void OnNotify(const NMHDR&) {}
+    /// Runs after the layout of a newly created window.
+    virtual void OnCreated() {}
+    virtual void OnDestroy() = 0;
+    virtual void OnDetached() {}
+
+    HFONT BodyFont() const noexcept { return fonts_.body.Get(); }
+    HWND Control(int id) const noexcept { return GetDlgItem(handle_, id); }
+
+private:
+    static LRESULT CALLBACK Procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    std::optional<LRESULT> OnFrameMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    std::optional<LRESULT> OnHitTest(LPARAM screenPoint) const;
+    std::optional<LRESULT> OnRelease(LPARAM clientPoint);
+    LRESULT OnPaint();
+    LRESULT OnColourLabel(HDC dc, HWND control);
+    void OnWindowCreated();
+    void OnSize(WPARAM kind);
+    void ApplyLayout();
+    void ToggleMaximized();
+
+    HWND handle_ = nullptr;
+    const FrameStyle style_;
+    FrameFonts fonts_;
+};

@@ -1,0 +1,20 @@
+#include <windows.h>
+
+// after windows.h, which it needs
+#include <commctrl.h>
+
+#include "account_query/query_window.h"
+
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int showCommand) {
+    const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
+    InitCommonControlsEx(&classes);
+    const std::shared_ptr<QueryWindow> window = QueryWindow::Open(instance, showCommand);
+    if (!window) return 0;
+    MSG message;
+    // Only zero ends the loop: an error (-1) of one call is no reason to leave the operator without a window.
+    while (GetMessageW(&message, nullptr, 0, 0) != 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return static_cast<int>(message.wParam);
+}

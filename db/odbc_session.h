@@ -1,0 +1,39 @@
+#pragma once
+
+#include "db/connection_string.h"
+#include "db/odbc_handles.h"
+
+/// Owns one ODBC environment and one connection. Closed holds neither handle; open holds both, connected.
+/// Statements belong to the operations that make them and end before those return.
+class OdbcSession {
+public:
+    OdbcSession() = default;
+    OdbcSession(OdbcSession&&) = default;
+    OdbcSession& operator=(OdbcSession&&) = delete;
+    ~OdbcSession() { Close(); }
+
+    /// Connects for the ID repair: closes what is open, then tries the default drivers in order, 10 seconds
+    /// each, to `settings.database` or, when that is empty, "master". `settings.driver` is not used.
+    /// @throws RuntimeError "ODBC 环境初始化失败", "ODBC 连接句柄初始化失败", or "SQL Server 连接失败：" with
+    ///         the last driver's name, "：" and its diagnostic text. The session is closed then.
+    void Connect(const DbConnectionSettings& settings);
+
+    /// Connects for the account query: closes what is open, then tries `settings.driver` (trimmed, when there
+    /// is one) and after it all the default drivers, 5 seconds each. A named default driver is so tried
+    /// twice.
+    /// @throws RuntimeError "ODBC environment failed", "ODBC connection failed", or the last driver's name,
+    ///         " 连接失败：" and its diagnostic text. The session is closed then.
+    void ConnectAccountSide(const DbConnectionSettings& settings);
+
+    /// Disconnects and frees both handles; does nothing when closed.
+    void Close() noexcept;
+
+    SQLHDBC Connection() const noexcept { return connection_.Get(); }
+
+private:
+    void Allocate(const char* environmentFailed, const char* connectionFailed);
+    bool Attempt(std::wstring_view driver, const DbConnectionSettings& settings, int timeoutSeconds);
+
+    OdbcEnvironment environment_;
+    OdbcConnection connection_;
+};

@@ -1,0 +1,108 @@
+#include "db/odbc_statement.h"
+
+#include <cwchar>
+
+#include "text/text.h"
+
+namespace {
+
+// No row can follow: the connection is gone, or the driver has closed the cursor after an error (24000,
+// HY010).
+bool CanNeverEnd(SQLHDBC connection, SQLHSTMT statement) {
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    if (OdbcSucceeded(
+            SQLGetConnectAttrW(connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr)) &&
+        dead == SQL_CD_TRUE) {
+        return true;
+    }
+    SQLWCHAR state[6] = {};
+    SQLINTEGER nativeError = 0;
+    SQLSMALLINT length = 0;
+    if (!OdbcSucceeded(
+            SQLGetDiagRecW(SQL_HANDLE_STMT, statement, 1, state, &nativeError, nullptr, 0, &length))) {
+        return false;
+    }
+    const std::wstring_view text(state);
+    return text == L"24000" || text == L"HY010";
+}
+
+}  // namespace
+
+std::wstring OdbcDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
+    constexpr SQLSMALLINT kMostRecords = 6;
+    constexpr SQLSMALLINT kMessageUnits = 1024;
+    std::wstring text;
+    SQLWCHAR state[6];
+    SQLWCHAR message[kMessageUnits];
+    for (SQLSMALLINT record = 1; record <= kMostRecords; ++record) {
+        SQLINTEGER nativeError = 0;
+        SQLSMALLINT length = 0;
+        state[0] = message[0] = L'\0';
+        const SQLRETURN result =
+            SQLGetDiagRecW(handleType, handle, record, state, &nativeError, message, kMessageUnits, &length);
+        if (result == SQL_NO_DATA) break;
+        if (!OdbcSucceeded(result)) continue;
+        if (!text.empty()) text += L" | ";
+        text.append(state, wcsnlen(state, 5)).append(L": ").append(message, wcsnlen(message, kMessageUnits));
+    }
+    return text.empty() ? L"ODBC 未返回详细错误" : text;
+}
+
+void RequireSuccess(SQLRETURN result, SQLHSTMT statement) {
+    if (!OdbcSucceeded(result)) throw RuntimeError(OdbcDiagnostics(SQL_HANDLE_STMT, statement));
+}
+
+OdbcStatement ExecuteDirect(SQLHDBC connection, const std::wstring& sql, bool keepStatement) {
+    OdbcStatement statement = AllocateStatement(connection);
+    if (!statement) throw RuntimeError("ODBC 语句句柄初始化失败");
+    RequireSuccess(SQLExecDirectW(statement.Get(), OdbcText(sql.c_str()), SQL_NTS), statement.Get());
+    return keepStatement ? std::move(statement) : OdbcStatement();
+}
+
+std::int64_t QueryInt64(SQLHDBC connection, const std::wstring& sql) {
+    const OdbcStatement statement = ExecuteDirect(connection, sql, true);
+    std::int64_t value = 0;
+    SQLLEN indicator = SQL_NULL_DATA;
+    RequireSuccess(SQLBindCol(statement.Get(), 1, SQL_C_SBIGINT, &value, sizeof value, &indicator),
+                   statement.Get());
+    const bool found = FetchCompleteRow(statement.Get());
+    return found && indicator != SQL_NULL_DATA ? value : 0;
+}
+
+SQLRETURN FetchRow(SQLHDBC connection, SQLHSTMT statement) {
+    const SQLRETURN result = SQLFetch(statement);
+    if (OdbcSucceeded(result) || result == SQL_NO_DATA) return result;
+    std::wstring diagnostics = OdbcDiagnostics(SQL_HANDLE_STMT, statement);
+    if (result == SQL_INVALID_HANDLE || CanNeverEnd(connection, statement)) throw RuntimeError(diagnostics);
+    return result;
+}
+
+bool FetchCompleteRow(SQLHSTMT statement) {
+    const SQLRETURN result = SQLFetch(statement);
+    if (result == SQL_NO_DATA) return false;
+    RequireSuccess(result, statement);
+    return true;
+}
+
+TextColumns::TextColumns(SQLHSTMT statement, size_t count) : columns_(count) {
+    Clear();
+    SQLUSMALLINT number = 0;
+    for (Column& column : columns_) {
+        RequireSuccess(
+            SQLBindCol(statement, ++number, SQL_C_WCHAR, column.text, sizeof column.text, &column.indicator),
+            statement);
+    }
+}
+
+void TextColumns::Clear() noexcept {
+    for (Column& column : columns_) {
+        column.text[0] = L'\0';
+        column.indicator = SQL_NULL_DATA;
+    }
+}
+
+std::wstring_view TextColumns::Text(size_t column) const noexcept {
+    if (IsNull(column)) return {};
+    const Column& bound = columns_[column];
+    return std::wstring_view(bound.text, wcsnlen(bound.text, kUnits));
+}

@@ -1,0 +1,63 @@
+#include "discovery/files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+#include "text/owner.h"
+#include "text/text.h"
+
+namespace {
+
+struct FileTrait {
+    using Handle = HANDLE;
+    static inline const Handle kNone = INVALID_HANDLE_VALUE;
+    static void Close(Handle handle) noexcept { CloseHandle(handle); }
+};
+using FileHandle = Owner<FileTrait>;
+
+FileHandle Open(const std::wstring& path, DWORD access, DWORD flags) noexcept {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    return FileHandle(CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr));
+}
+
+enum class PathKind { None, File, Directory };
+
+PathKind KindOf(const std::wstring& path) noexcept {
+    // Asking an open handle, not the path, follows links and junctions; BACKUP_SEMANTICS admits directories.
+    const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
+    if (!file || GetFileType(file.Get()) != FILE_TYPE_DISK) return PathKind::None;
+    BY_HANDLE_FILE_INFORMATION info;
+    if (!GetFileInformationByHandle(file.Get(), &info)) return PathKind::None;
+    return (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? PathKind::Directory : PathKind::File;
+}
+
+}  // namespace
+
+bool IsRegularFile(const std::wstring& path) noexcept {
+    return KindOf(path) == PathKind::File;
+}
+
+bool IsDirectory(const std::wstring& path) noexcept {
+    return KindOf(path) == PathKind::Directory;
+}
+
+std::string ReadWholeFile(const std::wstring& path) {
+    const FileHandle file = Open(path, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
+    LARGE_INTEGER size;
+    if (!file || !GetFileSizeEx(file.Get(), &size)) throw RuntimeError("read failed");
+    std::string bytes(static_cast<size_t>(size.QuadPart), '\0');
+    constexpr size_t kLargestRead = 1u << 30;  // ReadFile counts in 32 bits
+    size_t filled = 0;
+    while (filled < bytes.size()) {
+        const DWORD wanted = static_cast<DWORD>(std::min(bytes.size() - filled, kLargestRead));
+        DWORD read = 0;
+        if (!ReadFile(file.Get(), bytes.data() + filled, wanted, &read, nullptr)) {
+            throw RuntimeError("read failed");
+        }
+        if (read == 0) break;  // the file shrank while it was read
+        filled += read;
+    }
+    bytes.resize(filled);
+    return bytes;
+}

@@ -1,0 +1,34 @@
+#include "discovery/server_config.h"
+
+#include "discovery/config_text.h"
+#include "discovery/files.h"
+#include "discovery/paths.h"
+
+GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::wstring& directory) {
+    const std::string json = ReadWholeFile(JoinPath(directory, L"Config.Json"));
+    const std::string_view database = JsonObject(json, "DBInfo");
+    const std::string_view server = JsonObject(json, "ServerInfo");
+    const IniText ini = ParseIni(DecodeText(ReadWholeFile(JoinPath(directory, L"Config.ini"))));
+
+    GameServerInfo info;
+    info.configDirectory = directory;
+    info.imagePath = process.imagePath;
+    info.processId = process.processId;
+
+    if (std::wstring host = JsonString(database, "sDBIpAddr"); !host.empty()) info.dbHost = std::move(host);
+    info.dbPort = JsonInt(database, "nDBPort", info.dbPort);
+    info.dbName = JsonString(database, "sDBName");
+    info.dbUser = JsonString(database, "sDBUser");
+    info.dbPassword = JsonString(database, "sDBPsw");
+
+    info.serverName = JsonString(server, "sServerName");
+    info.gameDirectory = JsonString(server, "Dir");
+    info.serverId = std::to_wstring(JsonInt(server, "nServerID", 0));
+
+    if (info.serverName.empty()) info.serverName = IniValue(ini, L"Config", L"GameName");
+    if (info.gameDirectory.empty()) info.gameDirectory = IniValue(ini, L"Config", L"GameDirectory");
+    if (info.serverId == L"0") info.serverId = IniValue(ini, L"Config", L"ServerID");
+    if (info.serverName.empty()) info.serverName = info.dbName;
+    if (info.serverName.empty()) info.serverName = LastComponent(directory);
+    return info;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The reading statements of the ID repair as texts. Database, schema, table and column names come unquoted
+// and are quoted here, IDs become N'..' literals; the writing statement stands in the repairs themselves.
+// @throws RuntimeError as QuoteSqlIdentifier, every function that takes a name.
+
+/// The two kinds of ID, each with its main table in schema dbo.
+enum class IdKind { Role, Guild };
+
+/// Names of the online user databases; the system databases have the IDs 1 to 4.
+std::wstring OnlineDatabasesSql();
+
+/// IDs that occur in the main tables of both databases with the names on either side, by ascending ID: seven
+/// columns for characters, three for guilds. The server compares under each database's default collation.
+std::wstring DuplicateIdsSql(IdKind kind, std::wstring_view databaseA, std::wstring_view databaseB);
+
+/// Counts the main table's rows with an ID.
+/// @param withLock  takes update locks with range hold, kept to the end of the transaction.
+std::wstring CountIdRowsSql(IdKind kind, std::wstring_view database, std::wstring_view id, bool withLock);
+
+/// The character columns of a database whose name marks them as a reference to an ID: schema, table, column
+/// and data type in catalogue order. "_" in the patterns is LIKE's wildcard.
+std::wstring ReferringColumnsSql(IdKind kind, std::wstring_view database);
+
+/// The largest ID made of digits alone; NULL when there is none.
+std::wstring LargestRoleIdSql(std::wstring_view database);
+
+/// A column of a database, with everything that a statement needs to name it.
+struct QuotedColumn {
+    std::wstring table;   // three parts
+    std::wstring column;  // one
+};
+QuotedColumn QuoteColumn(std::wstring_view database, std::wstring_view schema, std::wstring_view table,
+                         std::wstring_view column);
+
+/// The condition that a column holds an ID, whatever its character type.
+std::wstring HoldsIdCondition(const QuotedColumn& field, std::wstring_view id);
+
+/// Counts the rows of one column that hold an ID.
+std::wstring CountHitsSql(const QuotedColumn& field, std::wstring_view id);

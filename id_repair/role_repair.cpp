@@ -1,0 +1,48 @@
+#include "id_repair/role_repair.h"
+
+#include "db/odbc_statement.h"
+#include "db/odbc_transaction.h"
+#include "db/sql_text.h"
+#include "id_repair/duplicate_ids.h"
+#include "id_repair/role_id.h"
+#include "text/text.h"
+
+namespace {
+
+std::wstring ReplaceIdSql(const QuotedColumn& field, std::wstring_view oldId, std::wstring_view newId) {
+    return L"UPDATE " + field.table + L" SET " + field.column + L" = " + SqlUnicodeLiteral(newId) +
+           HoldsIdCondition(field, oldId);
+}
+
+}  // namespace
+
+void ReplaceId(SQLHDBC connection, const std::wstring& database, const std::vector<RelatedField>& fields,
+               const std::wstring& oldId, const std::wstring& newId) {
+    for (const RelatedField& field : fields) {
+        ExecuteDirect(connection, ReplaceIdSql(QuoteField(database, field), oldId, newId), false);
+    }
+}
+
+void RequireNoReference(SQLHDBC connection, const std::wstring& database,
+                        const std::vector<RelatedField>& fields, const std::wstring& oldId,
+                        const std::wstring& message) {
+    for (const RelatedField& field : fields) {
+        if (QueryInt64(connection, CountHitsSql(QuoteField(database, field), oldId)) != 0) {
+            throw RuntimeError(message);
+        }
+    }
+}
+
+void RepairRoleId(SQLHDBC connection, const std::wstring& targetDatabase, const std::wstring& oldId,
+                  const std::wstring& newId, const std::vector<RelatedField>& fields) {
+    RequireRoleId(oldId, L"旧角色唯一 ID");
+    RequireRoleId(newId, L"新角色唯一 ID");
+    QuoteSqlIdentifier(targetDatabase);  // a name that cannot be quoted is refused before the transaction
+    RunInTransaction(connection, TransactionTexts(), [&] {
+        if (CountCharacterIdRows(connection, targetDatabase, oldId, true) != 1) {
+            throw RuntimeError("事务内复核失败：目标库旧 ID 不再是唯一一条记录");
+        }
+        ReplaceId(connection, targetDatabase, fields, oldId, newId);
+        RequireNoReference(connection, targetDatabase, fields, oldId, L"事务内校验失败：仍有旧 ID 关联数据");
+    });
+}

@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Installs what building, testing and showing the tool needs on Debian 12: the cross compiler, Wine,
+# a virtual display, the ODBC driver manager and the Chinese locale. Touches nothing that is there already.
+set -euo pipefail
+
+# Wine finds the X extension libraries at run time, so its own package only recommends them.
+packages=(
+    cmake ninja-build g++ g++-mingw-w64-x86-64-posix doctest-dev
+    wine wine64 libxrender1 libxrandr2 libxi6 libxcursor1 libxcomposite1 libxfixes3 libxinerama1
+    xvfb xauth imagemagick fonts-wqy-microhei
+    unixodbc unixodbc-dev odbcinst libsqlite3-dev
+    locales procps
+)
+
+as_root() {
+    if [[ $EUID -eq 0 ]]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "packages are missing and neither root nor sudo is at hand: $*" >&2
+        return 1
+    fi
+}
+
+is_installed() {
+    [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+missing=()
+for package in "${packages[@]}"; do
+    is_installed "$package" || missing+=("$package")
+done
+
+if (( ${#missing[@]} > 0 )); then
+    echo "installing: ${missing[*]}"
+    as_root apt-get update -q
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
+fi
+
+# Wine takes its ANSI code page from the locale: 936 needs a Chinese one.
+if ! locale -a | grep -qix 'zh_CN\.utf-\?8'; then
+    echo "generating the locale zh_CN.UTF-8"
+    as_root localedef -i zh_CN -f UTF-8 zh_CN.UTF-8
+fi
