@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "error.h"
+
+namespace standin {
+
+/// The calls that a test can make fail, by their names in faults.txt.
+enum class Point {
+    kConnect,
+    kStatement,
+    kPrepare,
+    kBind,
+    kExecute,
+    kFetch,
+    kCommit,
+    kRollback,
+    kManual,
+    kAuto,
+    kDisconnect,
+};
+
+/// The fault also takes the connection down.
+class ConnectionDied : public SqlError {
+public:
+    using SqlError::SqlError;
+};
+
+/// Counts one call against the server's faults.txt and does what stands there for it. The file is looked at
+/// on every call; whenever it has changed, all counters start anew. Counters belong to the process.
+///
+///     POINT  N  STATE  NATIVE  TEXT  [STATE  NATIVE  TEXT ...]     fields are separated by tabs
+///     die    POINT  N  STATE  NATIVE  TEXT ...
+///     slow   POINT  N  MILLISECONDS
+///
+/// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
+/// the caller exactly as written, without the driver's prefix.
+/// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
+void CountCall(const std::string& serverDirectory, Point point);
+
+/// Appends one event to the server's trace.txt, where that file exists. A call that a fault stopped is no
+/// event; one that fails for reasons of its own is.
+void Trace(const std::string& serverDirectory, int connection, const char* event,
+           const std::string& text = {});
+
+}  // namespace standin
