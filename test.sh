@@ -12,18 +12,26 @@ source "$here/tools/common.sh"
 # shellcheck source=tools/wine_env.sh
 source "$here/tools/wine_env.sh"
 
+main() {
+    local result=0
+    build_standin
+    build_preset mingw-debug
+
+    # Before the environment of the tests: the driver's own tests choose their servers and locale themselves.
+    say "tests of the stand-in database driver"
+    ctest --test-dir "$build_dir/standin" --output-on-failure --no-tests=error || result=1
+
+    open_wine test
+    say "tests of the tool"
+    run_tool_tests 9>&- || result=1
+    return "$result"
+}
+
+run_tool_tests() {
+    cd "$root" && ctest --preset mingw-debug --output-on-failure --no-tests=error
+}
+
 install_packages
-build_standin
 trap close_wine EXIT
-# Opened before the build: test programs are asked for their cases while they are built.
-open_wine test
-build_preset mingw-debug
-
-result=0
-say "tests of the stand-in database driver"
-# Outside the tests' own driver list, and in a plain locale.
-ctest --test-dir "$build_dir/standin" --output-on-failure --no-tests=error || result=1
-
-say "tests of the tool"
-(cd "$root" && ctest --preset mingw-debug --output-on-failure --no-tests=error) || result=1
-exit "$result"
+unset DISPLAY # tests move the mouse: never on a person's screen
+main

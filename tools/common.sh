@@ -32,14 +32,14 @@ install_packages() {
 # build_preset PRESET: configures and builds one preset of the cross build.
 build_preset() {
     say "build: $1"
-    (cd "$root" && quietly "configure-$1" cmake --preset "$1")
-    (cd "$root" && quietly "build-$1" cmake --build --preset "$1")
+    (cd "$root" && quietly "configure-$1" cmake --preset "$1") || return 1
+    (cd "$root" && quietly "build-$1" cmake --build --preset "$1" --parallel "$(nproc)")
 }
 
 # The stand-in database driver is a library of this machine, not of Windows, hence a project of its own.
 build_standin() {
     say "build: stand-in database driver"
     quietly configure-standin cmake -S "$root/demo/standin" -B "$build_dir/standin" -G Ninja \
-        -DCMAKE_BUILD_TYPE=Release
-    quietly build-standin cmake --build "$build_dir/standin"
+        -DCMAKE_BUILD_TYPE=Release || return 1
+    quietly build-standin cmake --build "$build_dir/standin" --parallel "$(nproc)"
 }

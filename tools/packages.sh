@@ -7,9 +7,9 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++ g++-mingw-w64-x86-64-posix doctest-dev
     wine wine64 libxrender1 libxrandr2 libxi6 libxcursor1 libxcomposite1 libxfixes3 libxinerama1
-    xvfb xauth imagemagick fonts-wqy-microhei
+    xvfb imagemagick fonts-wqy-microhei
     unixodbc unixodbc-dev odbcinst libsqlite3-dev
-    locales procps
+    locales
 )
 
 as_root() {

@@ -3,24 +3,32 @@
 #   open_wine NAME [SERVERS]   makes the environment build/wine/NAME usable and exports everything that a
 #                              Windows program started with "$wine" needs. SERVERS is the folder with the
 #                              stand-in's database servers (default: build/wine/NAME/servers).
+#                              Without DISPLAY it starts a virtual display.
 #   close_wine                 ends whatever still runs in it; safe to call twice and in a trap.
 #
-# Tests and demo use environments of different names: a game server started by one must not be found by
-# the other.
+# Tests and demo use environments of different names: a game server started by one must not be found by the other.
+#
+# The environment's lock is file descriptor 9. Commands that may leave programs behind are started with 9>&-, so
+# that a run that was killed does not keep the next one waiting.
 # shellcheck shell=bash
+# shellcheck disable=SC2154 # build_dir comes from common.sh
 
 wine=/usr/lib/wine/wine64
 wine_server=/usr/lib/wine/wineserver
 wine_is_open=
 display_pid=
 
+# has_display: whether there is a display that answers.
+has_display() {
+    [[ -n ${DISPLAY:-} ]] && timeout 10 import -window root -crop 1x1+0+0 null: 2>/dev/null
+}
+
 # A virtual display on a number that is free, for as long as the calling script runs.
-open_display() {
-    [[ -n ${DISPLAY:-} ]] && return
+open_virtual_display() {
     local number_file number
     number_file=$(mktemp)
     # In a session of its own: Ctrl+C in the terminal must not end it before the programs that draw on it.
-    setsid Xvfb -displayfd 3 -screen 0 1920x1200x24 -nolisten tcp 3>"$number_file" >/dev/null 2>&1 {lock_fd}>&- &
+    setsid Xvfb -displayfd 3 -screen 0 1920x1200x24 -nolisten tcp 3>"$number_file" >/dev/null 2>&1 9>&- &
     display_pid=$!
     for _ in {1..100}; do
         number=$(<"$number_file")
@@ -58,12 +66,25 @@ write_font_replacements() {
 }
 
 create_prefix() {
-    say "Wine environment (once)"
-    mkdir -p "$WINEPREFIX"
-    quietly wineboot "$wine" wineboot --init || return 1
-    write_font_replacements >"$WINEPREFIX/fonts.reg"
-    quietly wine-fonts "$wine" regedit /S "$WINEPREFIX/fonts.reg" || return 1
-    "$wine_server" -w
+    local sibling
+    rm -rf "$WINEPREFIX" # half of one, when an earlier run was interrupted here
+    sibling=$(compgen -G "$build_dir/wine/*/prefix/.complete" | head -n 1) || true
+    if [[ -n $sibling ]]; then
+        # Wine's own 700 MB are only read: two environments share them through hard links.
+        sibling=$(dirname "$sibling")
+        mkdir -p "$WINEPREFIX/drive_c"
+        cp -al "$sibling/drive_c/windows" "$sibling/drive_c/Program Files"* "$WINEPREFIX/drive_c/"
+        cp -a "$sibling/drive_c/users" "$sibling/drive_c/ProgramData" "$WINEPREFIX/drive_c/"
+        cp -a "$sibling"/*.reg "$sibling/.update-timestamp" "$sibling/dosdevices" "$WINEPREFIX/"
+    else
+        say "Wine environment (once)"
+        mkdir -p "$WINEPREFIX"
+        quietly wineboot "$wine" wineboot --init || return 1
+        write_font_replacements >"$WINEPREFIX/fonts.reg"
+        quietly wine-fonts "$wine" regedit /S "$WINEPREFIX/fonts.reg" || return 1
+        rm "$WINEPREFIX/fonts.reg"
+    fi
+    "$wine_server" -k -w 2>/dev/null || true
     touch "$WINEPREFIX/.complete"
 }
 
@@ -71,10 +92,10 @@ open_wine() {
     local name=$1 folder="$build_dir/wine/$1"
     mkdir -p "$folder"
     # Two scripts in one environment would end each other's programs.
-    exec {lock_fd}>"$folder/lock"
-    if ! flock --nonblock "$lock_fd"; then
+    exec 9>"$folder/lock"
+    if ! flock --nonblock 9; then
         echo "waiting: the Wine environment $name is in use" >&2
-        flock "$lock_fd"
+        flock 9
     fi
 
     export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
@@ -87,10 +108,17 @@ open_wine() {
         write_driver_list "$ODBCSYSINI"
     fi
     wine_is_open=yes
-    open_display
-    [[ -e $WINEPREFIX/.complete ]] || create_prefix
+    # Left over when an earlier run was killed.
+    "$wine_server" -k 2>/dev/null || true
+    # On a display of our own no window manager draws captions, so Wine does.
+    local managed=Y
+    [[ -n ${DISPLAY:-} ]] || { open_virtual_display && managed=N; }
+    [[ -e $WINEPREFIX/.complete ]] || create_prefix 9>&-
     # One server process for the whole run, so that each program starts at once.
-    "$wine_server" -p {lock_fd}>&-
+    "$wine_server" -p 9>&-
+    # The first program of all starts Wine's services, and these keep its output open: nobody may wait for the
+    # end of that output, so the first program is one whose output nobody wants.
+    "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$managed" /f >/dev/null 2>&1 </dev/null 9>&-
     export WINE_ENVIRONMENT_IS_OPEN=yes
 }
 

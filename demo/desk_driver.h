@@ -1,0 +1,170 @@
+#pragma once
+
+/// Drives another process's windows the way a person would, by window class and control ID.
+///
+/// Everything goes through messages and input events that Windows carries between processes, so the driven
+/// program needs no test hook. Both processes must have the same bitness (list rows are read from the other
+/// process's memory). All texts are UTF-16; DeskError carries UTF-8. Coordinates are physical pixels.
+///
+/// Unless an operation says otherwise it waits for the other thread's answer, up to kAnswerTimeout, and
+/// throws DeskError when the answer stays away, when the window is gone, or when a person could not do it
+/// either (pressing a disabled button).
+
+#include <windows.h>
+
+#include <chrono>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace desk {
+
+using Milliseconds = std::chrono::milliseconds;
+
+/// A blocked window thread answers only when its action ends: five slow connection attempts of 10 s each fit.
+inline constexpr Milliseconds kAnswerTimeout{60'000};
+inline constexpr Milliseconds kWindowTimeout{15'000};
+
+class DeskError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// UTF-8 form of a text, for output and messages.
+std::string ToUtf8(std::wstring_view text);
+
+/// Repeats a question until its answer is true. @throws DeskError naming `what` after the time-out.
+void WaitUntil(const std::string& what, const std::function<bool()>& question,
+               Milliseconds timeout = kWindowTimeout);
+
+// ---- A started program ------------------------------------------------------------------------------------
+
+/// A program started by us; ended, if it still runs, with its owner.
+class Program {
+public:
+    /// @param directory    current directory of the new process; empty means our own
+    explicit Program(const std::wstring& exePath, const std::wstring& directory = {});
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    DWORD Id() const noexcept { return info_.dwProcessId; }
+    bool IsRunning() const noexcept;
+    /// Waits for the process to end by itself. @return its exit code
+    DWORD WaitForEnd(Milliseconds timeout = kWindowTimeout);
+    /// Ends it at once, as the task manager does.
+    void Kill() noexcept;
+
+private:
+    PROCESS_INFORMATION info_{};
+};
+
+// ---- Windows and controls ---------------------------------------------------------------------------------
+
+/// Top-level window of a process by class name, visible or not; null when there is none.
+HWND FindTopWindow(DWORD processId, const std::wstring& windowClass);
+/// Waits until the process shows a window of this class.
+HWND WaitForTopWindow(DWORD processId, const std::wstring& windowClass,
+                      Milliseconds timeout = kWindowTimeout);
+/// Waits until a window is destroyed.
+void WaitUntilGone(HWND window, Milliseconds timeout = kWindowTimeout);
+
+/// Child by control ID.
+HWND Child(HWND window, int id);
+std::wstring ClassName(HWND window);
+std::wstring Text(HWND window);
+void SetText(HWND window, const std::wstring& text);
+bool IsEnabled(HWND window);
+DWORD Style(HWND window);
+DWORD ExStyle(HWND window);
+/// Outer rectangle of a child in client coordinates of its parent.
+RECT RectInParent(HWND child);
+SIZE ClientSize(HWND window);
+/// Outer rectangle on the screen.
+RECT ScreenRect(HWND window);
+/// Asks for an outer size; the window's own minimum still applies.
+void Resize(HWND window, int width, int height);
+/// Sends a message and returns the answer; for messages whose parameters are plain numbers.
+LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0,
+             Milliseconds timeout = kAnswerTimeout);
+/// Asks a window to close, without waiting.
+void Close(HWND window);
+
+/// Presses a button and waits until its action is done.
+void Press(HWND button, Milliseconds timeout = kAnswerTimeout);
+/// Presses a button without waiting: for actions that open a message box.
+void PressWithoutWaiting(HWND button);
+
+// ---- Combo boxes ------------------------------------------------------------------------------------------
+
+std::vector<std::wstring> ComboItems(HWND combo);
+/// Index of the chosen item, or -1.
+int ComboSelection(HWND combo);
+/// Chooses an item and tells the parent, as the drop-down list does.
+void ChooseComboItem(HWND combo, int index);
+
+// ---- List views -------------------------------------------------------------------------------------------
+
+struct ListColumn {
+    std::wstring title;
+    int width = 0;
+};
+
+std::vector<ListColumn> ListColumns(HWND list);
+int ListRowCount(HWND list);
+/// Text of one cell; at most 1023 characters.
+std::wstring ListCell(HWND list, int row, int column);
+/// All rows, each with one text per column.
+std::vector<std::vector<std::wstring>> ListRows(HWND list);
+/// Index of the selected row, or -1.
+int SelectedListRow(HWND list);
+/// Selects and focuses one row; its owner is notified as for a click.
+void SelectListRow(HWND list, int row);
+
+// ---- Message boxes ----------------------------------------------------------------------------------------
+
+struct MessageBoxButton {
+    int id = 0;  ///< IDOK, IDYES, IDNO, ...
+    std::wstring text;
+};
+
+struct MessageBoxView {
+    HWND window = nullptr;
+    std::wstring title;
+    std::wstring text;
+    std::vector<MessageBoxButton> buttons;  ///< from left to right
+    int defaultButton = 0;                  ///< the ID that Enter answers with
+    bool hasIcon = false;
+};
+
+/// The message box owned by a window; `window` is null when there is none.
+MessageBoxView FindMessageBox(HWND owner);
+MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kAnswerTimeout);
+/// Presses one of its buttons and waits until the box is gone.
+void Answer(const MessageBoxView& box, int buttonId);
+/// Presses a key in the box (VK_RETURN, VK_ESCAPE). @return whether the box went away: Windows ignores Escape
+/// and the close box where there is no Cancel button, Wine does not.
+bool AnswerByKey(const MessageBoxView& box, WORD virtualKey, Milliseconds timeout = Milliseconds{3'000});
+/// Asks the box to close, as its close box does. @return whether it went away
+bool AnswerByCloseBox(const MessageBoxView& box, Milliseconds timeout = Milliseconds{3'000});
+
+// ---- Mouse and keyboard -----------------------------------------------------------------------------------
+
+/// Brings a window to the front, so that input events reach it.
+void BringToFront(HWND window);
+/// What the window says lies under a point of its client area (HTCAPTION, HTCLIENT, ...).
+LRESULT HitTest(HWND window, int x, int y);
+/// Real mouse events at a point of the window's client area; the window is brought to the front first.
+/// They return once the events are handed to the system, not once they are acted upon: use WaitUntil.
+void Click(HWND window, int x, int y);
+void DoubleClick(HWND window, int x, int y);
+void PressMouse(HWND window, int x, int y);
+void ReleaseMouse(HWND window, int x, int y);
+/// Presses at one point and releases at another, with steps between them.
+void Drag(HWND window, POINT from, POINT to);
+/// A key pressed and released in whatever window has the keyboard.
+void TapKey(WORD virtualKey);
+
+}  // namespace desk

@@ -1,0 +1,95 @@
+#include "demo/desk_driver.h"
+
+#include <thread>
+
+namespace desk {
+namespace {
+
+constexpr Milliseconds kInputPause{30};
+
+void SendInputs(std::vector<INPUT> inputs) {
+    const auto count = static_cast<UINT>(inputs.size());
+    if (SendInput(count, inputs.data(), static_cast<int>(sizeof(INPUT))) != count) {
+        throw DeskError("the system refused an input event");
+    }
+}
+
+INPUT MouseInput(DWORD flags) {
+    INPUT input{};
+    input.type = INPUT_MOUSE;
+    input.mi.dwFlags = flags;
+    return input;
+}
+
+INPUT KeyInput(WORD virtualKey, DWORD flags) {
+    INPUT input{};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = virtualKey;
+    input.ki.wScan = static_cast<WORD>(MapVirtualKeyW(virtualKey, MAPVK_VK_TO_VSC));
+    input.ki.dwFlags = flags;
+    return input;
+}
+
+void MovePointer(HWND window, int x, int y) {
+    POINT point{x, y};
+    ClientToScreen(window, &point);
+    if (!SetCursorPos(point.x, point.y)) throw DeskError("cannot move the mouse pointer");
+    std::this_thread::sleep_for(kInputPause);
+}
+
+}  // namespace
+
+void BringToFront(HWND window) {
+    SetForegroundWindow(window);
+    WaitUntil("the foreground", [&] { return GetForegroundWindow() == window; });
+}
+
+LRESULT HitTest(HWND window, int x, int y) {
+    POINT point{x, y};
+    ClientToScreen(window, &point);
+    return Send(window, WM_NCHITTEST, 0, MAKELPARAM(point.x, point.y));
+}
+
+void PressMouse(HWND window, int x, int y) {
+    BringToFront(window);
+    MovePointer(window, x, y);
+    SendInputs({MouseInput(MOUSEEVENTF_LEFTDOWN)});
+}
+
+void ReleaseMouse(HWND window, int x, int y) {
+    MovePointer(window, x, y);
+    SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
+}
+
+void Click(HWND window, int x, int y) {
+    PressMouse(window, x, y);
+    std::this_thread::sleep_for(kInputPause);
+    SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
+}
+
+void DoubleClick(HWND window, int x, int y) {
+    BringToFront(window);
+    MovePointer(window, x, y);
+    SendInputs({MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP),
+                MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)});
+}
+
+void Drag(HWND window, POINT from, POINT to) {
+    constexpr int kSteps = 5;
+    PressMouse(window, from.x, from.y);
+    // The window may follow the pointer: the way is told in screen points that stay where they are.
+    POINT origin{0, 0};
+    ClientToScreen(window, &origin);
+    for (int step = 1; step <= kSteps; ++step) {
+        SetCursorPos(origin.x + from.x + (to.x - from.x) * step / kSteps,
+                     origin.y + from.y + (to.y - from.y) * step / kSteps);
+        std::this_thread::sleep_for(kInputPause);
+    }
+    SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
+}
+
+void TapKey(WORD virtualKey) {
+    SendInputs({KeyInput(virtualKey, 0), KeyInput(virtualKey, KEYEVENTF_KEYUP)});
+}
+
+}  // namespace desk

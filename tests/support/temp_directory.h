@@ -1,0 +1,43 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "text/text.h"
+
+/// A new empty directory, deleted with everything in it at the end of its scope. Its name is Chinese, as the
+/// operators' own folders are. Paths given to it are relative to it, with "\" between their parts.
+class TempDirectory {
+public:
+    TempDirectory() {
+        int number = 0;
+        const std::wstring start = (std::filesystem::temp_directory_path() / L"合区").wstring();
+        do path_ = start + std::to_wstring(++number);
+        while (!std::filesystem::create_directory(path_));
+    }
+    ~TempDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TempDirectory(const TempDirectory&) = delete;
+    TempDirectory& operator=(const TempDirectory&) = delete;
+
+    std::wstring At(std::wstring_view relative) const { return path_ + L"\\" + std::wstring(relative); }
+
+    /// Makes a directory and those above it.
+    void Make(std::wstring_view relative) const { std::filesystem::create_directories(At(relative)); }
+
+    /// Writes a file of exactly these bytes, in a directory that is made when it is missing.
+    void Write(std::wstring_view relative, std::string_view bytes) const {
+        const std::filesystem::path file = At(relative);
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream stream(file, std::ios::binary);
+        if (!(stream << bytes).flush()) throw std::runtime_error("cannot write a file of the test");
+    }
+
+private:
+    std::wstring path_;
+};
