@@ -42,7 +42,7 @@ std::wstring SearchAccountsSql(const std::wstring& table, const std::wstring& co
 std::wstring MaskAccountName(std::wstring_view name) {
     std::wstring masked(name);
     if (masked.size() <= 2) return masked.assign(masked.size(), L'*');
-    const size_t middle = masked.size() == 3 ? 2 : (masked.size() + 1) / 2;
+    const size_t middle = (masked.size() + 1) / 2;
     masked[middle - 1] = masked[middle] = L'*';
     return masked;
 }

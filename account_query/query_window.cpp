@@ -38,7 +38,7 @@ constexpr int kBusyButtons[] = {kQueryButton, kRefreshButton};
 
 }  // namespace
 
-QueryWindow::QueryWindow() noexcept : FramedWindow(kFrame) {}
+QueryWindow::QueryWindow() noexcept : FramedWindow(kFrame, kQueryStatus) {}
 
 std::shared_ptr<QueryWindow> QueryWindow::Open(HINSTANCE instance, int showCommand) {
     auto window = std::make_shared<QueryWindow>();
@@ -142,10 +142,6 @@ void QueryWindow::SaveSettings() {
     settings_.accountTable = Trim(ControlText(Control(kTableEdit), kMostUnits));
     settings_.accountField = Trim(ControlText(Control(kFieldEdit), kMostUnits));
     SaveQuerySettings(settings_);
-}
-
-void QueryWindow::ShowStatus(const std::wstring& text) {
-    SetStatus(Control(kQueryStatus), text);
 }
 
 void QueryWindow::ShowListMessage(const std::wstring& text) {

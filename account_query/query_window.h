@@ -29,7 +29,6 @@ private:
     void OpenRepairTool();
 
     void SaveSettings();
-    void ShowStatus(const std::wstring& text);
     void ShowListMessage(const std::wstring& text);
     void ShowAccounts(const GameServerInfo& zone, const std::vector<std::wstring>& accounts);
     const GameServerInfo* SelectedZone() const;

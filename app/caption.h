@@ -17,5 +17,5 @@ bool IsGlyphArea(int x, int y, int width) noexcept;
 
 enum class CaptionAction { None, Minimize, ToggleMaximize, Close };
 
-/// What a mouse release at `x` in the glyph area asks for; None right of the last cell.
+/// What a mouse release at `x`, which is in the glyph area, asks for; None right of the last cell.
 CaptionAction CaptionActionAt(int x, int width) noexcept;

@@ -37,6 +37,21 @@ KindTraits TraitsOf(ControlKind kind) noexcept {
     return {};
 }
 
+bool IsEdit(ControlKind kind) noexcept {
+    return kind == ControlKind::Edit || kind == ControlKind::ReadOnlyEdit ||
+           kind == ControlKind::NumberEdit || kind == ControlKind::PasswordEdit;
+}
+
+// Ctrl+A selects everything, which older systems' edit boxes do not do by themselves (they beep).
+LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR, DWORD_PTR) {
+    constexpr WPARAM kControlA = 1;
+    if (message == WM_CHAR && wParam == kControlA) {
+        SendMessageW(edit, EM_SETSEL, 0, -1);
+        return 0;
+    }
+    return DefSubclassProc(edit, message, wParam, lParam);
+}
+
 }  // namespace
 
 void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font) {
@@ -47,6 +62,7 @@ void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font)
             traits.exStyle, traits.windowClass, spec.text, WS_CHILD | WS_VISIBLE | traits.style, 0, 0, 0, 0,
             parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.id)), instance, nullptr);
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+        if (IsEdit(spec.kind)) SetWindowSubclass(control, EditProcedure, 0, 0);
     }
 }
 
@@ -66,11 +82,6 @@ std::wstring ControlText(HWND control, size_t mostUnits) {
     const int length = GetWindowTextW(control, text.data(), static_cast<int>(mostUnits) + 1);
     text.resize(static_cast<size_t>(length));
     return text;
-}
-
-void SetStatus(HWND status, const std::wstring& text) {
-    SetWindowTextW(status, text.c_str());
-    UpdateWindow(status);
 }
 
 void SetUpList(HWND list, std::span<const ListColumn> columns) {

@@ -39,9 +39,6 @@ void PlaceControls(HWND parent, std::span<const ControlPlace> places);
 std::wstring ControlText(HWND control);
 std::wstring ControlText(HWND control, size_t mostUnits);
 
-/// Sets a status line and paints it at once: the action that follows blocks the thread.
-void SetStatus(HWND status, const std::wstring& text);
-
 /// One column of a list view: its title and its width in pixels.
 struct ListColumn {
     const wchar_t* title;

@@ -2,9 +2,13 @@
 
 #include <windowsx.h>
 
+// after windows.h, which it needs
+#include <commctrl.h>
+
 #include <exception>
 
 #include "app/caption.h"
+#include "app/list_copy.h"
 #include "app/resource.h"
 
 namespace {
@@ -63,7 +67,7 @@ LRESULT FramedWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             if (OnCommand(LOWORD(wParam))) return 0;
             break;
         case WM_NOTIFY:
-            OnNotify(*reinterpret_cast<const NMHDR*>(lParam));
+            OnNotification(*reinterpret_cast<const NMHDR*>(lParam));
             return 0;
         case WM_DESTROY:
             fonts_.Delete();
@@ -155,8 +159,20 @@ LRESULT FramedWindow::OnColourLabel(HDC dc, HWND control) {
 void FramedWindow::OnWindowCreated() {
     fonts_.Create();
     OnCreate();
+    status_.Attach(handle_, Control(statusControl_));
     ApplyLayout();
     OnCreated();
+}
+
+void FramedWindow::OnNotification(const NMHDR& header) {
+    const bool copies = header.code == LVN_KEYDOWN &&
+                        reinterpret_cast<const NMLVKEYDOWN&>(header).wVKey == 'C' &&
+                        GetKeyState(VK_CONTROL) < 0;
+    if (copies) {
+        CopySelectedRow(header.hwndFrom);
+    } else {
+        OnNotify(header);
+    }
 }
 
 void FramedWindow::OnSize(WPARAM kind) {
@@ -169,6 +185,7 @@ void FramedWindow::ApplyLayout() {
     RECT client;
     GetClientRect(handle_, &client);
     Layout(client.right, client.bottom);
+    status_.OnMoved();
 }
 
 void FramedWindow::ToggleMaximized() {

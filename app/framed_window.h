@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "app/frame_paint.h"
+#include "app/status_line.h"
 
 /// A top-level window with the painted frame that both windows of the program share: a caption strip that
 /// moves the window and holds three glyphs, a banner, a section heading. It answers the frame's messages
@@ -30,7 +31,9 @@ public:
     HWND Handle() const noexcept { return handle_; }
 
 protected:
-    explicit FramedWindow(const FrameStyle& style) noexcept : style_(style) {}
+    /// @param statusControl  ID of the child that is the window's status line.
+    FramedWindow(const FrameStyle& style, int statusControl) noexcept
+        : style_(style), statusControl_(statusControl) {}
 
     /// Creates the children; the fonts exist already. The layout is applied afterwards.
     virtual void OnCreate() = 0;
@@ -46,6 +49,7 @@ protected:
 
     HFONT BodyFont() const noexcept { return fonts_.body.Get(); }
     HWND Control(int id) const noexcept { return GetDlgItem(handle_, id); }
+    void ShowStatus(const std::wstring& text) { status_.Show(text); }
 
 private:
     static LRESULT CALLBACK Procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
@@ -56,11 +60,14 @@ private:
     LRESULT OnPaint();
     LRESULT OnColourLabel(HDC dc, HWND control);
     void OnWindowCreated();
+    void OnNotification(const NMHDR& header);
     void OnSize(WPARAM kind);
     void ApplyLayout();
     void ToggleMaximized();
 
     HWND handle_ = nullptr;
     const FrameStyle style_;
+    const int statusControl_;
     FrameFonts fonts_;
+    StatusLine status_;
 };

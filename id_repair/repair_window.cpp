@@ -65,7 +65,7 @@ void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params) {
 }
 
 RepairWindow::RepairWindow(std::unique_ptr<RepairWindowParams> params) noexcept
-    : FramedWindow(kFrame), params_(std::move(params)) {}
+    : FramedWindow(kFrame, kRepairStatus), params_(std::move(params)) {}
 
 bool RepairWindow::Open(HWND queryWindow) {
     const auto instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(queryWindow, GWLP_HINSTANCE));
@@ -188,10 +188,6 @@ void RepairWindow::FillFieldList(const std::vector<RelatedField>& fields) {
 
 void RepairWindow::ClearFieldList() {
     FillFieldList({});
-}
-
-void RepairWindow::ShowStatus(const std::wstring& text) {
-    SetStatus(Control(kRepairStatus), text);
 }
 
 void RepairWindow::SetText(int controlId, const std::wstring& text) {

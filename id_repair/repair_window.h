@@ -42,7 +42,6 @@ private:
     void FillTargetCombo(const RepairConnectionForm& form);
     void FillFieldList(const std::vector<RelatedField>& fields);
     void ClearFieldList();
-    void ShowStatus(const std::wstring& text);
     void SetText(int controlId, const std::wstring& text);
 
     void OnDetectDuplicates();

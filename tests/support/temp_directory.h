@@ -13,7 +13,7 @@
 class TempDirectory {
 public:
     TempDirectory() {
-        int number = 0;
+        static int number = 0;  // no path twice: the settings reader may remember a file by its path
         const std::wstring start = (std::filesystem::temp_directory_path() / L"合区").wstring();
         do path_ = start + std::to_wstring(++number);
         while (!std::filesystem::create_directory(path_));
