@@ -1,10 +1,9 @@
 #include "account_query/query_settings.h"
 
-#include <windows.h>
-
 #include <algorithm>
 
 #include "discovery/files.h"
+#include "discovery/kernel_handle.h"
 #include "discovery/paths.h"
 #include "text/text.h"
 
@@ -12,6 +11,7 @@ namespace {
 
 constexpr wchar_t kQuerySection[] = L"Query";
 constexpr wchar_t kOdbcSection[] = L"ODBC";
+constexpr wchar_t kByteOrderMark = 0xFEFF;
 constexpr DWORD kLongestPath = 32768;  // UTF-16 units, the limit of Win32 paths
 
 std::wstring ProgramPath() {
@@ -39,6 +39,40 @@ std::wstring ReadText(const QuerySettings& settings, const wchar_t* section, con
 void WriteText(const QuerySettings& settings, const wchar_t* section, const wchar_t* key,
                const std::wstring& value) {
     WritePrivateProfileStringW(section, key, value.c_str(), settings.path.c_str());
+}
+
+bool SurvivesAnsi(const std::wstring& text) {
+    return AnsiToWide(WideToAnsi(text)) == text;
+}
+
+// A reader sees the old content or the new one, whole.
+void ReplaceFileContent(const std::wstring& path, std::wstring_view text) {
+    const std::wstring draft = path + L".new";
+    const DWORD size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+    DWORD written = 0;
+    {
+        const FileHandle file(CreateFileW(draft.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                          FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (file) WriteFile(file.Get(), text.data(), size, &written, nullptr);
+    }
+    const bool replaced =
+        written == size && MoveFileExW(draft.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+    if (!replaced) DeleteFileW(draft.c_str());
+}
+
+// The profile functions keep a file in the ANSI code page unless it begins with the byte order mark of
+// UTF-16: on a system of another language a table with a Chinese name would come back as question marks. Such
+// a file is turned into UTF-16 first, whole or not at all.
+void MakeRoomForEveryName(const QuerySettings& settings) {
+    if (SurvivesAnsi(settings.m2ProcessName) && SurvivesAnsi(settings.accountTable) &&
+        SurvivesAnsi(settings.accountField) && SurvivesAnsi(settings.driver)) {
+        return;
+    }
+    std::string bytes;
+    if (IsRegularFile(settings.path)) bytes = ReadWholeFile(settings.path);
+    if (bytes.starts_with("\xFF\xFE")) return;
+    const std::wstring text = kByteOrderMark + AnsiToWide(bytes);
+    ReplaceFileContent(settings.path, text);
 }
 
 }  // namespace
@@ -88,6 +122,11 @@ QuerySettings LoadQuerySettings() {
 }
 
 void SaveQuerySettings(const QuerySettings& settings) {
+    try {
+        MakeRoomForEveryName(settings);
+    } catch (const std::exception&) {
+        // A file that cannot be rewritten cannot be written below either.
+    }
     WriteText(settings, kQuerySection, L"M2ProcessName", settings.m2ProcessName);
     WriteText(settings, kQuerySection, L"AccountTable", settings.accountTable);
     WriteText(settings, kQuerySection, L"AccountField", settings.accountField);

@@ -1,20 +1,11 @@
 #include "discovery/files.h"
 
-#include <windows.h>
-
 #include <algorithm>
 
-#include "text/owner.h"
+#include "discovery/kernel_handle.h"
 #include "text/text.h"
 
 namespace {
-
-struct FileTrait {
-    using Handle = HANDLE;
-    static inline const Handle kNone = INVALID_HANDLE_VALUE;
-    static void Close(Handle handle) noexcept { CloseHandle(handle); }
-};
-using FileHandle = Owner<FileTrait>;
 
 FileHandle Open(const std::wstring& path, DWORD access, DWORD flags) noexcept {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;

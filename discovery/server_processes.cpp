@@ -5,16 +5,10 @@
 // after windows.h, which it needs
 #include <tlhelp32.h>
 
-#include "text/owner.h"
+#include "discovery/kernel_handle.h"
 #include "text/text.h"
 
 namespace {
-
-struct SnapshotTrait {
-    using Handle = HANDLE;
-    static inline const Handle kNone = INVALID_HANDLE_VALUE;
-    static void Close(Handle handle) noexcept { CloseHandle(handle); }
-};
 
 struct ProcessTrait {
     using Handle = HANDLE;
@@ -38,7 +32,7 @@ std::wstring ImagePathOf(DWORD processId, std::vector<wchar_t>& buffer) {
 
 std::vector<ServerProcessEntry> EnumerateServerProcesses(const std::wstring& processName) {
     std::vector<ServerProcessEntry> processes;
-    const Owner<SnapshotTrait> snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    const SnapshotHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     if (!snapshot) return processes;
     PROCESSENTRY32W entry = {};
     entry.dwSize = sizeof entry;

@@ -18,6 +18,16 @@ std::wstring BytesToWide(std::string_view bytes, UINT codePage, DWORD flags) {
     return wide;
 }
 
+std::string WideToBytes(std::wstring_view wide, UINT codePage) {
+    if (wide.empty() || wide.size() > static_cast<size_t>(std::numeric_limits<int>::max())) return {};
+    const int units = static_cast<int>(wide.size());
+    const int size = WideCharToMultiByte(codePage, 0, wide.data(), units, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) return {};
+    std::string bytes(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(codePage, 0, wide.data(), units, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
 wchar_t Lower(wchar_t unit) noexcept {
     return static_cast<wchar_t>(std::towlower(unit));
 }
@@ -37,13 +47,11 @@ std::wstring AnsiToWide(std::string_view bytes) {
 }
 
 std::string WideToUtf8(std::wstring_view wide) {
-    if (wide.empty() || wide.size() > static_cast<size_t>(std::numeric_limits<int>::max())) return {};
-    const int units = static_cast<int>(wide.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, nullptr, 0, nullptr, nullptr);
-    if (size <= 0) return {};
-    std::string utf8(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, utf8.data(), size, nullptr, nullptr);
-    return utf8;
+    return WideToBytes(wide, CP_UTF8);
+}
+
+std::string WideToAnsi(std::wstring_view wide) {
+    return WideToBytes(wide, CP_ACP);
 }
 
 std::wstring_view TrimView(std::wstring_view text) noexcept {

@@ -19,6 +19,9 @@ std::wstring StrictUtf8ToWide(std::string_view utf8);
 /// Converts text in the system's ANSI code page (936 on Simplified Chinese Windows) to UTF-16.
 std::wstring AnsiToWide(std::string_view bytes);
 
+/// Converts UTF-16 to the system's ANSI code page; what the page does not have is replaced.
+std::string WideToAnsi(std::wstring_view wide);
+
 /// The text without white space (iswspace) at both ends; a view into the argument.
 std::wstring_view TrimView(std::wstring_view text) noexcept;
 
