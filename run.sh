@@ -33,13 +33,27 @@ lay_out_demo() {
     done
 }
 
-load_databases() {
-    say "sample databases"
+# run_sql DATABASE FILE...: runs scripts of demo/ in a database of the sample server.
+run_sql() {
+    local database=$1
+    shift
     # In an ODBC value a closing brace counts only when it is doubled.
     local login="UID={$user};PWD={${password//\}/\}\}}}"
-    quietly load-sql "$wine" "$programs/demo/load_sql.exe" \
-        "DRIVER={SQL Server};SERVER={$server};DATABASE={master};$login;Encrypt=no;" \
-        "$root"/demo/zone*.sql
+    "$wine" "$programs/demo/load_sql.exe" \
+        "DRIVER={SQL Server};SERVER={$server};DATABASE={$database};$login;Encrypt=no;" "${@/#/$root/demo/}"
+}
+
+run_all_sql() {
+    run_sql master databases.sql || return 1
+    run_sql GameZone1 tables.sql zone1.sql || return 1
+    run_sql GameZone2 tables.sql zone2.sql || return 1
+    run_sql Game_玄武三区 tables.sql zone3.sql || return 1
+    run_sql GameArchive tables.sql archive.sql
+}
+
+load_databases() {
+    say "sample databases"
+    quietly load-sql run_all_sql
 }
 
 start_zones() {
