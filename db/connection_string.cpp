@@ -2,9 +2,11 @@
 
 namespace {
 
+// The driver manager reads the string up to its first U+0000. A value that holds one ends there by itself, or it
+// would take everything behind it along: its own closing brace, the keywords that follow, the time-out.
 void AppendQuoted(std::wstring& text, std::wstring_view value) {
     text += L'{';
-    for (const wchar_t unit : value) {
+    for (const wchar_t unit : value.substr(0, value.find(L'\0'))) {
         text += unit;
         if (unit == L'}') text += unit;
     }
@@ -36,5 +38,6 @@ std::wstring BuildConnectionString(std::wstring_view driver, const DbConnectionS
     AppendQuoted(text.append(L";UID="), settings.user);
     AppendQuoted(text.append(L";PWD="), settings.password);
     text.append(L";Encrypt=no;TrustServerCertificate=yes;Connection Timeout=");
-    return text.append(std::to_wstring(timeoutSeconds)).append(L";");
+    text.append(std::to_wstring(timeoutSeconds)).append(L";");
+    return text;  // the object itself: what append() gives would be copied
 }

@@ -23,7 +23,7 @@ struct DbConnectionSettings {
 };
 
 /// Wraps a connection-string value in braces, its closing braces doubled, so that nothing in it can end the
-/// value or begin another keyword.
+/// value or begin another keyword. A value ends before its first U+0000.
 std::wstring QuoteOdbcValue(std::wstring_view value);
 
 /// Composes a connection string for one driver. `settings.driver` is not looked at.

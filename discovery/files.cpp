@@ -14,13 +14,19 @@ FileHandle Open(const std::wstring& path, DWORD access, DWORD flags) noexcept {
 
 enum class PathKind { None, File, Directory };
 
+PathKind KindByAttributes(DWORD attributes) noexcept {
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) ? PathKind::Directory : PathKind::File;
+}
+
 PathKind KindOf(const std::wstring& path) noexcept {
-    // Asking an open handle, not the path, follows links and junctions; BACKUP_SEMANTICS admits directories.
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return PathKind::None;
+    if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return KindByAttributes(attributes);
+    // Only an open handle tells where a link or a junction leads; BACKUP_SEMANTICS admits directories.
     const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
-    if (!file || GetFileType(file.Get()) != FILE_TYPE_DISK) return PathKind::None;
     BY_HANDLE_FILE_INFORMATION info;
-    if (!GetFileInformationByHandle(file.Get(), &info)) return PathKind::None;
-    return (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? PathKind::Directory : PathKind::File;
+    if (!file || !GetFileInformationByHandle(file.Get(), &info)) return PathKind::None;
+    return KindByAttributes(info.dwFileAttributes);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "discovery/server_config.h"
 
+#include <optional>
+
 #include "discovery/config_text.h"
 #include "discovery/files.h"
 #include "discovery/paths.h"
@@ -8,7 +10,13 @@ GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::ws
     const std::string json = ReadWholeFile(JoinPath(directory, L"Config.Json"));
     const std::string_view database = JsonObject(json, "DBInfo");
     const std::string_view server = JsonObject(json, "ServerInfo");
-    const IniText ini = ParseIni(DecodeText(ReadWholeFile(JoinPath(directory, L"Config.ini"))));
+    const std::string iniBytes = ReadWholeFile(JoinPath(directory, L"Config.ini"));
+    // Decoded and parsed only when the JSON file leaves something out, which is seldom.
+    std::optional<IniText> ini;
+    const auto iniValue = [&](std::wstring_view key) {
+        if (!ini) ini = ParseIni(DecodeText(iniBytes));
+        return IniValue(*ini, L"Config", key);
+    };
 
     GameServerInfo info;
     info.configDirectory = directory;
@@ -25,9 +33,9 @@ GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::ws
     info.gameDirectory = JsonString(server, "Dir");
     info.serverId = std::to_wstring(JsonInt(server, "nServerID", 0));
 
-    if (info.serverName.empty()) info.serverName = IniValue(ini, L"Config", L"GameName");
-    if (info.gameDirectory.empty()) info.gameDirectory = IniValue(ini, L"Config", L"GameDirectory");
-    if (info.serverId == L"0") info.serverId = IniValue(ini, L"Config", L"ServerID");
+    if (info.serverName.empty()) info.serverName = iniValue(L"GameName");
+    if (info.gameDirectory.empty()) info.gameDirectory = iniValue(L"GameDirectory");
+    if (info.serverId == L"0") info.serverId = iniValue(L"ServerID");
     if (info.serverName.empty()) info.serverName = info.dbName;
     if (info.serverName.empty()) info.serverName = LastComponent(directory);
     return info;
