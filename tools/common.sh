@@ -24,9 +24,10 @@ quietly() {
     fi
 }
 
+# install_packages [PACKAGE...]: what everything needs, and these as well.
 install_packages() {
     say "packages"
-    quietly packages "$root/tools/packages.sh"
+    quietly packages "$root/tools/packages.sh" "$@"
 }
 
 # build_preset PRESET: configures and builds one preset of the cross build.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building, testing and showing the tool needs on Debian 12: the cross compiler, Wine,
-# a virtual display, the ODBC driver manager and the Chinese locale. Touches nothing that is there already.
+# a virtual display, the ODBC driver manager and the Chinese locale; and the packages named as arguments.
+# Touches nothing that is there already.
 set -euo pipefail
 
 # Wine finds the X extension libraries at run time, so its own package only recommends them.
@@ -10,6 +11,7 @@ packages=(
     xvfb imagemagick fonts-wqy-microhei
     unixodbc unixodbc-dev odbcinst libsqlite3-dev
     locales
+    "$@"
 )
 
 as_root() {
