@@ -61,23 +61,17 @@ void Desk::StartZone(const std::wstring& name, const std::string& json) {
 void Desk::StartTool() {
     const std::wstring tool = folder_.At(L"MergeAccountQuery.exe");
     std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), tool);
+    ForgetHandles();
     tool_ = std::make_unique<desk::Program>(tool, folder_.At(L""));
     window_ = desk::WaitForTopWindow(tool_->Id(), L"MergeAccountQueryWindow");
 }
 
-std::wstring Desk::Setting(const wchar_t* section, const wchar_t* key) const {
-    wchar_t value[256];
-    const DWORD length =
-        GetPrivateProfileStringW(section, key, L"(missing)", value, 256, SettingsPath().c_str());
-    return std::wstring(value, length);
-}
-
-void Desk::Query(const std::wstring& keyword) {
+void Desk::Query(const std::wstring& keyword) const {
     desk::SetText(Child(1002), keyword);
     desk::Press(Child(1004));
 }
 
-HWND Desk::OpenRepairTool() {
+HWND Desk::OpenRepairTool() const {
     desk::Press(Child(1010));
     return desk::WaitForTopWindow(tool_->Id(), L"RoleIdRepairWindow");
 }

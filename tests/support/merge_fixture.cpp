@@ -1,59 +1,51 @@
 #include "tests/support/merge_fixture.h"
 
+#include "text/text.h"
+
 namespace {
 
 constexpr std::wstring_view kMainTables =
-    L"CREATE TABLE dbo.TBL_CHARACTER (n int NOT NULL, FLD_USERID varchar(50) NULL, FLD_CHARACTER "
-    L"nvarchar(50) NULL, "
-    L"FLD_ACCOUNT nvarchar(50) NULL, FLD_SERVERID int NULL); "
-    L"CREATE TABLE dbo.TBL_GUILD_INFO (n int NOT NULL, sGuildID nvarchar(60) NULL, sGuildName nvarchar(50) "
-    L"NULL)";
+    LR"(CREATE TABLE dbo.TBL_CHARACTER (n int NOT NULL, FLD_USERID varchar(50) NULL, FLD_CHARACTER nvarchar(50) NULL,
+    FLD_ACCOUNT nvarchar(50) NULL, FLD_SERVERID int NULL);
+CREATE TABLE dbo.TBL_GUILD_INFO (n int NOT NULL, sGuildID nvarchar(60) NULL, sGuildName nvarchar(50) NULL))";
 
 constexpr std::wstring_view kReferringTables =
-    L"CREATE TABLE dbo.TBL_HERO (n int NOT NULL, HeroMasterUserID char(30) NULL, HeroUserID int NULL); "
-    L"CREATE TABLE dbo.TBL_BAG (n int NOT NULL, USER_ID varchar(50) NULL, OwnerRoleID nvarchar(50) NULL, "
-    L"OTHERUSERID nchar(60) NULL, item nvarchar(50) NULL); "
-    L"CREATE TABLE dbo.TBL_FRIEND (n int NOT NULL, UserIdA varchar(50) NULL, UserIdB varchar(50) NULL); "
-    L"CREATE TABLE dbo.TBL_UNUSED (n int NOT NULL, RoleId varchar(50) NULL); "
-    L"CREATE TABLE mail.[信件] (n int NOT NULL, [收件ROLEID] nvarchar(50) NULL, [寄件ROLE_ID] varchar(50) "
-    L"NULL); "
-    L"CREATE TABLE trade.TBL_TRADE (n int NOT NULL, SellerUserID nvarchar(80) NULL, BuyerUser_ID varchar(80) "
-    L"NULL); "
-    L"CREATE TABLE trade.TBL_MEMBER (n int NOT NULL, GUILD_ID nchar(60) NULL, MemberRoleID varchar(50) NULL)";
+    LR"(CREATE TABLE dbo.TBL_HERO (n int NOT NULL, HeroMasterUserID char(30) NULL, HeroUserID int NULL);
+CREATE TABLE dbo.TBL_BAG (n int NOT NULL, USER_ID varchar(50) NULL, OwnerRoleID nvarchar(50) NULL,
+    OTHERUSERID nchar(60) NULL, item nvarchar(50) NULL);
+CREATE TABLE dbo.TBL_FRIEND (n int NOT NULL, UserIdA varchar(50) NULL, UserIdB varchar(50) NULL);
+CREATE TABLE dbo.TBL_UNUSED (n int NOT NULL, RoleId varchar(50) NULL);
+CREATE TABLE mail.[信件] (n int NOT NULL, [收件ROLEID] nvarchar(50) NULL, [寄件ROLE_ID] varchar(50) NULL);
+CREATE TABLE trade.TBL_TRADE (n int NOT NULL, SellerUserID nvarchar(80) NULL, BuyerUser_ID varchar(80) NULL);
+CREATE TABLE trade.TBL_MEMBER (n int NOT NULL, GUILD_ID nchar(60) NULL, MemberRoleID varchar(50) NULL))";
 
 constexpr std::wstring_view kRowsOfB =
-    L"INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES "
-    L"(1, '1001', N'李四', N'li', 2), (2, '1002', NULL, N'wang', 2), (3, '0012', N'赵六', N'zhao', 2), "
-    L"(4, '12x', N'怪', N'x', 2), (5, NULL, N'无', NULL, NULL), (6, '  ', N'空', N'y', 2), "
-    L"(7, '3001', N'双一', N'd', 2), (8, '3001', N'双二', N'd', 2), (9, '1001x', N'近', N'z', 2); "
-    L"INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N'朱雀会'), "
-    L"(2, N'{bbbb}', N'白虎会'), (3, N'{ONLY-B}', N'独'), (4, NULL, N'无'); "
-    L"INSERT INTO dbo.TBL_HERO (n, HeroMasterUserID, HeroUserID) VALUES (1, '1001', 1001), (2, '7777', "
-    L"1002); "
-    L"INSERT INTO dbo.TBL_BAG (n, USER_ID, OwnerRoleID, OTHERUSERID, item) VALUES "
-    L"(1, '1001', N'1001', N'1001', N'1001'), (2, '1002', NULL, N'0012', N'剑'), (3, '11001', N'10010', "
-    L"NULL, N'刀'); "
-    L"INSERT INTO dbo.TBL_FRIEND (n, UserIdA, UserIdB) VALUES (1, '1001', '1002'), (2, '0012', '1001'); "
-    L"INSERT INTO dbo.TBL_UNUSED (n, RoleId) VALUES (1, '9'); "
-    L"INSERT INTO mail.[信件] (n, [收件ROLEID], [寄件ROLE_ID]) VALUES (1, N'1001', '1001'), (2, N'1001', "
-    L"NULL); "
-    L"INSERT INTO trade.TBL_TRADE (n, SellerUserID, BuyerUser_ID) VALUES (1, N'1001', '1001'), (2, N'12', "
-    L"'1002'); "
-    L"INSERT INTO trade.TBL_MEMBER (n, GUILD_ID, MemberRoleID) VALUES (1, N'{A''1}', '1001'), (2, N'{BBBB}', "
-    L"'1002'), "
-    L"(3, N'{ONLY-B}', NULL)";
+    LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
+    (1, '1001', N'李四', N'li', 2), (2, '1002', NULL, N'wang', 2), (3, '0012', N'赵六', N'zhao', 2),
+    (4, '12x', N'怪', N'x', 2), (5, NULL, N'无', NULL, NULL), (6, '  ', N'空', N'y', 2),
+    (7, '3001', N'双一', N'd', 2), (8, '3001', N'双二', N'd', 2), (9, '1001x', N'近', N'z', 2);
+INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N'朱雀会'),
+    (2, N'{bbbb}', N'白虎会'), (3, N'{ONLY-B}', N'独'), (4, NULL, N'无');
+INSERT INTO dbo.TBL_HERO (n, HeroMasterUserID, HeroUserID) VALUES (1, '1001', 1001), (2, '7777', 1002);
+INSERT INTO dbo.TBL_BAG (n, USER_ID, OwnerRoleID, OTHERUSERID, item) VALUES
+    (1, '1001', N'1001', N'1001', N'1001'), (2, '1002', NULL, N'0012', N'剑'), (3, '11001', N'10010', NULL, N'刀');
+INSERT INTO dbo.TBL_FRIEND (n, UserIdA, UserIdB) VALUES (1, '1001', '1002'), (2, '0012', '1001');
+INSERT INTO dbo.TBL_UNUSED (n, RoleId) VALUES (1, '9');
+INSERT INTO mail.[信件] (n, [收件ROLEID], [寄件ROLE_ID]) VALUES (1, N'1001', '1001'), (2, N'1001', NULL);
+INSERT INTO trade.TBL_TRADE (n, SellerUserID, BuyerUser_ID) VALUES (1, N'1001', '1001'), (2, N'12', '1002');
+INSERT INTO trade.TBL_MEMBER (n, GUILD_ID, MemberRoleID) VALUES (1, N'{A''1}', '1001'), (2, N'{BBBB}', '1002'),
+    (3, N'{ONLY-B}', NULL))";
 
 constexpr std::wstring_view kRowsOfA =
-    L"INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES "
-    L"(1, '1001', N'张三', N'zhang', 1), (2, '1002', N'王五', N'wang', 1), (3, '0012', N'赵六', N'zhao', 1), "
-    L"(4, '12', N'十二', N's', 1), (5, NULL, N'无', NULL, NULL), (6, '  ', N'空', N'y', 1), (7, '-5', N'负', "
-    L"N'f', 1); "
-    L"INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N'玄武会'), "
-    L"(2, N'{BBBB}', N'青龙会'), (3, NULL, N'无'), (4, N' ', N'空')";
+    LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
+    (1, '1001', N'张三', N'zhang', 1), (2, '1002', N'王五', N'wang', 1), (3, '0012', N'赵六', N'zhao', 1),
+    (4, '12', N'十二', N's', 1), (5, NULL, N'无', NULL, NULL), (6, '  ', N'空', N'y', 1), (7, '-5', N'负', N'f', 1);
+INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N'玄武会'),
+    (2, N'{BBBB}', N'青龙会'), (3, NULL, N'无'), (4, N' ', N'空'))";
 
 constexpr std::wstring_view kRowsOfThird =
-    L"INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES "
-    L"(1, '100234', N'最大', N'max', 3)";
+    LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
+    (1, '100234', N'最大', N'max', 3))";
 
 void AddExpected(const Content& before, const std::vector<RelatedField>& fields, const std::wstring& oldId,
                  const std::wstring& newId, Content& expected) {
@@ -71,11 +63,9 @@ void AddExpected(const Content& before, const std::vector<RelatedField>& fields,
 
 Content BatchPlan::ExpectedChange(const Content& before) const {
     Content expected;
-    for (const RoleRepairPlan& plan : roles)
-        AddExpected(before, plan.fields, plan.role.userId, plan.newId, expected);
-    for (const GuildRepairPlan& plan : guilds) {
+    for (const auto& plan : roles) AddExpected(before, plan.fields, plan.role.userId, plan.newId, expected);
+    for (const auto& plan : guilds)
         AddExpected(before, plan.fields, plan.guild.guildId, plan.newId, expected);
-    }
     return expected;
 }
 

@@ -8,9 +8,7 @@
 
 /// The contents of a fixture's databases.
 struct AllContents {
-    Content a;
-    Content b;
-    Content third;
+    Content a, b, third;
     bool operator==(const AllContents&) const = default;
 };
 
@@ -46,7 +44,5 @@ public:
     BatchPlan Plan() const;
 
 private:
-    TestDatabase a_;
-    TestDatabase b_;
-    TestDatabase third_;
+    TestDatabase a_, b_, third_;
 };

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -14,8 +13,7 @@ class TempDirectory {
 public:
     TempDirectory() {
         static int number = 0;  // no path twice: the settings reader may remember a file by its path
-        const std::wstring start = (std::filesystem::temp_directory_path() / L"合区").wstring();
-        do path_ = start + std::to_wstring(++number);
+        do path_ = (std::filesystem::temp_directory_path() / L"合区").wstring() + std::to_wstring(++number);
         while (!std::filesystem::create_directory(path_));
     }
     ~TempDirectory() {
@@ -34,8 +32,7 @@ public:
     void Write(std::wstring_view relative, std::string_view bytes) const {
         const std::filesystem::path file = At(relative);
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream stream(file, std::ios::binary);
-        if (!(stream << bytes).flush()) throw std::runtime_error("cannot write a file of the test");
+        std::ofstream(file, std::ios::binary) << bytes;
     }
 
 private:

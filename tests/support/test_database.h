@@ -1,20 +1,18 @@
 #pragma once
 
-#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "db/odbc_session.h"
-#include "tests/support/error_of.h"
-#include "text/text.h"
 
-// The server behind the database tests. MERGE_TEST_SQL_SERVER, _PORT, _USER and _PASSWORD name a real SQL
-// Server, on which everything but the injected faults runs; without them every test process has a stand-in
-// server of its own.
-
-/// How to reach the server; every case's databases live there.
+/// The server behind the database tests. MERGE_TEST_SQL_SERVER, _PORT, _USER and _PASSWORD name a real SQL
+/// Server, on which everything but the injected faults runs; without them every test process has a stand-in
+/// of its own.
 struct TestServer {
     std::wstring host;
     int port = 1433;
@@ -24,16 +22,19 @@ struct TestServer {
 };
 const TestServer& Server();
 
-/// True when faults can be asked of the driver.
-bool CanInjectFaults();
+/// True when faults can be asked of the driver; a case that needs them says so, and the runner counts it as
+/// skipped.
+inline bool CanInjectFaults() {
+    return !Server().folder.empty();
+}
+inline void SkipWithoutFaults() {
+    std::puts("skipped: a real server takes no injected faults");
+}
 
-/// Says so for a case that cannot run without them; the runner counts it as skipped.
-void SkipWithoutFaults();
-
-/// The values to connect with, on the repair side.
-DbConnectionSettings SettingsFor(const std::wstring& database);
-
-/// A connection of the repair side.
+/// A connection of the repair side, and the values for it.
+inline DbConnectionSettings SettingsFor(const std::wstring& database) {
+    return {Server().host, Server().port, Server().user, Server().password, database, L""};
+}
 OdbcSession Connect(const std::wstring& database);
 
 /// Executes T-SQL batches, one text each. A result without rows is fine.
@@ -60,47 +61,43 @@ private:
     std::wstring name_;
 };
 
-/// The whole content of a database: each "schema.table.column row" with its value, so that two contents can
-/// be compared cell by cell. Rows are told apart by the table's column "n".
+/// A database cell by cell: "[schema].[table].column row" with its value; the tables' column "n" tells rows
+/// apart.
 using Content = std::map<std::wstring, std::wstring>;
 Content ContentOf(const std::wstring& database);
 
-/// The cells that differ between two contents, with the later value; a cell that vanished has the value
-/// "(gone)".
+/// The cells that differ, with their later value, or the earlier one of a cell that vanished.
 Content Difference(const Content& before, const Content& after);
 
-/// Asks the driver for faults while it lives; see the stand-in's own description for the lines.
-class Faults {
+/// A file for the stand-in, gone at the end of its scope.
+class ServerFile {
 public:
-    explicit Faults(std::string_view utf8Lines);
-    ~Faults();
-    Faults(const Faults&) = delete;
-    Faults& operator=(const Faults&) = delete;
+    ServerFile(const wchar_t* name, std::string_view bytes) : path_(Server().folder + L"\\" + name) {
+        std::ofstream(path_, std::ios::binary) << bytes;
+    }
+    ~ServerFile() { std::filesystem::remove(path_); }
+    ServerFile(const ServerFile&) = delete;
+    ServerFile& operator=(const ServerFile&) = delete;
 
-private:
-    std::wstring path_;
+protected:
+    std::filesystem::path path_;
 };
 
-/// Records what the driver is asked to do while it lives.
-class Trace {
-public:
-    Trace();
-    ~Trace();
-    Trace(const Trace&) = delete;
-    Trace& operator=(const Trace&) = delete;
+/// Asks the driver for faults; see the stand-in's own description for the lines.
+struct Faults : ServerFile {
+    explicit Faults(std::string_view utf8Lines) : ServerFile(L"faults.txt", utf8Lines) {}
+};
 
-    /// "event text" for every event so far, in order.
+/// Records what the driver is asked to do: "event text" for every event so far, in order.
+struct Trace : ServerFile {
+    Trace() : ServerFile(L"trace.txt", {}) {}
     std::vector<std::wstring> Events() const;
-
-private:
-    std::wstring path_;
 };
 
-/// Live ODBC environments, connections and statements of this process, as the driver counts them.
-struct HandleCounts {
-    int environments = 0;
-    int connections = 0;
-    int statements = 0;
-    bool operator==(const HandleCounts&) const = default;
-};
-HandleCounts LiveHandles();
+/// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
+/// program that was killed leaves its count behind, to be forgotten.
+int LiveHandles();
+void ForgetHandles();
+
+/// "c0 varchar(9), c1 varchar(9), .."
+std::wstring ManyColumns(int count);

@@ -27,3 +27,14 @@ struct StringMaker<const wchar_t[N]> : StringMaker<std::wstring_view> {};
 struct TextRow {
     std::wstring_view in, expected;
 };
+
+/// The text of the error that an action throws; "(nothing)" when it throws none.
+template <class Action>
+std::wstring ErrorOf(Action action) {
+    try {
+        action();
+    } catch (const RuntimeError& error) {
+        return Utf8ToWide(error.what());
+    }
+    return L"(nothing)";
+}

@@ -1,0 +1,103 @@
+#include <random>
+
+#include "account_query/query_settings.h"
+#include "discovery/config_text.h"
+#include "tests/support/temp_directory.h"
+#include "tests/support/wide_text.h"
+
+static constexpr char kJson[] =
+    R"({"DBInfo": {"sDBIpAddr": "10.0.0.5", "nDBPort": 2433, "sDBName": "G1", "sDBUser": "s\"a",)"
+    R"( "sDBPsw": "p\u6E38\uD842\uDFB7\\"}, "ServerInfo": {"sServerName": "区", "nServerID": 7}})";
+static constexpr char kIni[] =
+    "\xEF\xBB\xBF; z\r\n[Config]\r\nGameName = 区=服\r\nServerID=s 01\r\n[Other]\nx=1\n";
+
+// A text that differs from a good one by a few hostile edits; the seed is fixed, so a failure comes back.
+static std::string Mutated(std::string text) {
+    using namespace std::string_view_literals;
+    static constexpr std::string_view kPieces =
+        "\" { } \\ : \0 \\u0000 \\uD842 \\u \\uZZZZ - 99999999999 [ ] = \n \r ; \xFF\xFE \xC7\xE0 \xE5\x8C "
+        "\xED\xA0\x80 \xEF\xBB\xBF \"DBInfo\" \"nDBPort\": [Config] MaxResults= \xE3\x80\x80 "sv;
+    static std::mt19937 random(20240607);
+    const auto below = [](size_t limit) { return random() % limit; };
+    for (auto edits = 1 + below(5); edits > 0; --edits) {
+        const size_t at = below(text.size() + 1), kind = below(5);
+        const size_t piece = kPieces.rfind(' ', below(kPieces.size())) + 1;
+        if (kind == 0) text.resize(at);
+        if (kind == 1) text.erase(at, below(20));
+        if (kind == 2) text.insert(at, std::string(1 + below(3), static_cast<char>(below(256))));
+        if (kind == 3) text.insert(at, text.substr(below(text.size() + 1), below(40)));
+        if (kind == 4) text.insert(at, kPieces.substr(piece, kPieces.find(' ', piece) - piece));
+    }
+    return text;
+}
+
+// The first rule that a text breaks, of those that hold for every text.
+static const char* BrokenJsonRule(std::string_view text) {
+    const std::string_view object = JsonObject(text, "DBInfo");
+    if (!object.empty() && text.find(object) == text.npos) return "an object is a part of its text";
+    if (!object.empty() && !(object.front() == '{' && object.back() == '}'))
+        return "an object has both braces";
+    for (const char* key : {"sDBIpAddr", "sDBName", "sDBPsw", "nDBPort"}) {
+        const std::wstring value = JsonString(object, key);
+        if (value.size() > object.size()) return "a value is no longer than its text";
+        const bool isDefault = value.empty() && JsonInt(object, key, 1433) == 1433;
+        if (!FindJsonKey(object, key) && !isDefault) return "a missing key has its default";
+    }
+    return nullptr;
+}
+
+static const char* BrokenIniRule(std::string_view bytes) {
+    const std::wstring text = DecodeText(bytes);
+    if (text.size() > bytes.size()) return "a decoded text is no longer than its bytes";
+    for (const auto& [name, section] : ParseIni(text)) {
+        for (const auto& [key, value] : section) {
+            if (Trim(key) != key || Trim(value) != value) return "keys and values are trimmed";
+            if ((key + value).find(L'\n') != std::wstring::npos) return "a key and its value are of one line";
+        }
+    }
+    return nullptr;
+}
+
+TEST_CASE("a million mutated configuration texts are read without harm") {
+    for (int round = 0; round < 500'000; ++round) {
+        const std::string json = Mutated(kJson), ini = Mutated(kIni);
+        if (const char* broken = BrokenJsonRule(json)) FAIL(std::string(broken), ": ", json);
+        if (const char* broken = BrokenIniRule(ini)) FAIL(std::string(broken), ": ", ini);
+    }
+}
+
+// Work that grew with the square of the size would be 10^14 steps: the case would not end in the runner's
+// time.
+TEST_CASE("ten megabytes in one line or one nest are read in one pass") {
+    const std::string start = R"({"DBInfo": )", name = start + R"({"sDBName": ")";
+    for (const std::string piece : {"{", "[", "{\"a\":", "\"", "\\\"", "\\u6E38", "x\\n", "\xFF",
+                                    "\xE5\x8C\xBA", " ", "}", "=", "[\n", "a=b\n", "\"DBInfo\" ", "1"}) {
+        CAPTURE(piece);
+        std::string many;
+        while (many.size() < 10'000'000) many += piece;
+        for (const std::string& text : {many, start + many, name + many, name + many + "\"}}"}) {
+            CHECK(BrokenJsonRule(text) == nullptr);
+        }
+        for (const std::string& text : {many, "[Config]\nGameName=" + many})
+            CHECK(BrokenIniRule(text) == nullptr);
+    }
+}
+
+TEST_CASE("mutated settings stay inside their limits") {
+    const std::filesystem::path previous = std::filesystem::current_path();
+    for (int round = 0; round < 400; ++round) {
+        const TempDirectory place;
+        const std::string file =
+            Mutated("[Query]\r\nAccountTable= dbo.T \r\nMaxResults=250\r\n[ODBC]\r\nDriver=D\r\n");
+        place.Write(L"QuerySettings.ini", round ? file : "[ODBC]\nDriver=" + std::string(10'000'000, 'x'));
+        std::filesystem::current_path(place.At(L""));
+        const QuerySettings read = LoadQuerySettings();
+        std::filesystem::current_path(previous);
+        CAPTURE(file);
+        REQUIRE(read.path == place.At(L"QuerySettings.ini"));
+        REQUIRE(ClampMaxResults(read.maxResults) == read.maxResults);
+        for (const auto& text : {read.m2ProcessName, read.accountTable, read.accountField, read.driver}) {
+            REQUIRE((text.size() <= 1023 && Trim(text) == text));
+        }
+    }
+}
