@@ -12,6 +12,7 @@
 #include "bench/table.h"
 #include "demo/desk_driver.h"
 #include "tests/support/temp_directory.h"
+#include "text/text.h"
 
 namespace {
 
@@ -129,7 +130,7 @@ double ListedByTheTool(const Start& start, const MergeZones& zones) {
         set(3006, other);
         desk::Press(desk::Child(window, 3007));
         if (desk::ListRowCount(desk::Child(window, 3008)) != expected) {
-            throw std::runtime_error(desk::ToUtf8(desk::Text(desk::Child(window, 3014))));
+            throw std::runtime_error(WideToUtf8(desk::Text(desk::Child(window, 3014))));
         }
         Sleep(300);
         return PrivateKilobytes(start.fileName);

@@ -3,6 +3,8 @@
 #include <array>
 #include <thread>
 
+#include "demo/utf8.h"
+
 namespace desk {
 namespace {
 
@@ -35,14 +37,6 @@ std::string Describe(HWND window) {
 }
 
 }  // namespace
-
-std::string ToUtf8(std::wstring_view text) {
-    const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
 
 void WaitUntil(const std::string& what, const std::function<bool()>& question, Milliseconds timeout) {
     const auto end = std::chrono::steady_clock::now() + timeout;

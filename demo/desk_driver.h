@@ -32,9 +32,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// UTF-8 form of a text, for output and messages.
-std::string ToUtf8(std::wstring_view text);
-
 /// Repeats a question until its answer is true. @throws DeskError naming `what` after the time-out.
 void WaitUntil(const std::string& what, const std::function<bool()>& question,
                Milliseconds timeout = kWindowTimeout);

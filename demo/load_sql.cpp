@@ -18,17 +18,11 @@
 #include <string_view>
 #include <vector>
 
+#include "demo/utf8.h"
+
 namespace {
 
 using Text = std::basic_string<SQLWCHAR>;
-
-std::string ToUtf8(std::wstring_view text) {
-    const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
 
 Text FromUtf8(const std::string& bytes) {
     const int length = static_cast<int>(bytes.size());

@@ -13,6 +13,8 @@
 #include <iostream>
 #include <string>
 
+#include "demo/utf8.h"
+
 namespace {
 
 constexpr wchar_t kQueryWindowClass[] = L"MergeAccountQueryWindow";
@@ -42,7 +44,7 @@ constexpr wchar_t kKeyword[] = L"dragon";
 constexpr wchar_t kSecondDatabase[] = L"GameZone2";
 
 void Print(const std::wstring& line) {
-    std::cout << desk::ToUtf8(line) << std::endl;
+    std::cout << ToUtf8(line) << std::endl;
 }
 
 void PrintRows(HWND list) {
