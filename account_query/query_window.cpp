@@ -53,7 +53,8 @@ std::shared_ptr<QueryWindow> QueryWindow::Open(HINSTANCE instance, int showComma
 
 void QueryWindow::OnCreate() {
     settings_ = LoadQuerySettings();
-    CreateControls(Handle(), kControls, BodyFont());
+    const SIZE client = ClientSize();
+    CreateControls(Handle(), kControls, QueryLayout(client.cx, client.cy), BodyFont());
     SetWindowTextW(Control(kTableEdit), settings_.accountTable.c_str());
     SetWindowTextW(Control(kFieldEdit), settings_.accountField.c_str());
     SetUpList(Control(kAccountList), kColumns);

@@ -3,6 +3,8 @@
 // after windows.h, which it needs
 #include <commctrl.h>
 
+#include <algorithm>
+
 namespace {
 
 struct KindTraits {
@@ -37,6 +39,12 @@ KindTraits TraitsOf(ControlKind kind) noexcept {
     return {};
 }
 
+ControlPlace PlaceOf(int id, std::span<const ControlPlace> places) noexcept {
+    const auto place = std::find_if(places.begin(), places.end(),
+                                    [id](const ControlPlace& candidate) { return candidate.id == id; });
+    return place == places.end() ? ControlPlace{} : *place;
+}
+
 bool IsEdit(ControlKind kind) noexcept {
     return kind == ControlKind::Edit || kind == ControlKind::ReadOnlyEdit ||
            kind == ControlKind::NumberEdit || kind == ControlKind::PasswordEdit;
@@ -54,13 +62,16 @@ LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lP
 
 }  // namespace
 
-void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font) {
+void CreateControls(HWND parent, std::span<const ControlSpec> specs, std::span<const ControlPlace> places,
+                    HFONT font) {
     const auto instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(parent, GWLP_HINSTANCE));
     for (const ControlSpec& spec : specs) {
         const KindTraits traits = TraitsOf(spec.kind);
+        const ControlPlace place = PlaceOf(spec.id, places);
         const HWND control = CreateWindowExW(
-            traits.exStyle, traits.windowClass, spec.text, WS_CHILD | WS_VISIBLE | traits.style, 0, 0, 0, 0,
-            parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.id)), instance, nullptr);
+            traits.exStyle, traits.windowClass, spec.text, WS_CHILD | WS_VISIBLE | traits.style, place.x,
+            place.y, place.width, place.height, parent,
+            reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.id)), instance, nullptr);
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
         if (IsEdit(spec.kind)) SetWindowSubclass(control, EditProcedure, 0, 0);
     }

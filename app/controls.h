@@ -29,8 +29,9 @@ struct ControlSpec {
     const wchar_t* text;
 };
 
-/// Creates the controls in table order as visible children with `font`; the layout sizes them afterwards.
-void CreateControls(HWND parent, std::span<const ControlSpec> specs, HFONT font);
+/// Creates the controls in table order as visible children with `font`, each at its place.
+void CreateControls(HWND parent, std::span<const ControlSpec> specs, std::span<const ControlPlace> places,
+                    HFONT font);
 
 /// Moves every control to its place and repaints it.
 void PlaceControls(HWND parent, std::span<const ControlPlace> places);

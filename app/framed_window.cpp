@@ -105,10 +105,9 @@ std::optional<LRESULT> FramedWindow::OnFrameMessage(UINT message, WPARAM wParam,
 std::optional<LRESULT> FramedWindow::OnHitTest(LPARAM screenPoint) const {
     POINT point = {GET_X_LPARAM(screenPoint), GET_Y_LPARAM(screenPoint)};
     ScreenToClient(handle_, &point);
-    RECT client;
-    GetClientRect(handle_, &client);
-    if (IsDragArea(point.x, point.y, client.right)) return HTCAPTION;
-    if (IsGlyphArea(point.x, point.y, client.right)) return HTCLIENT;
+    const int width = ClientSize().cx;
+    if (IsDragArea(point.x, point.y, width)) return HTCAPTION;
+    if (IsGlyphArea(point.x, point.y, width)) return HTCLIENT;
     return std::nullopt;
 }
 
@@ -116,10 +115,9 @@ std::optional<LRESULT> FramedWindow::OnRelease(LPARAM clientPoint) {
     // The row is unsigned on purpose: a release above the client area (after dragging there) is none of ours.
     const int x = GET_X_LPARAM(clientPoint);
     const int y = HIWORD(clientPoint);
-    RECT client;
-    GetClientRect(handle_, &client);
-    if (!IsGlyphArea(x, y, client.right)) return std::nullopt;
-    switch (CaptionActionAt(x, client.right)) {
+    const int width = ClientSize().cx;
+    if (!IsGlyphArea(x, y, width)) return std::nullopt;
+    switch (CaptionActionAt(x, width)) {
         case CaptionAction::Minimize:
             ShowWindow(handle_, SW_MINIMIZE);
             break;
@@ -160,7 +158,6 @@ void FramedWindow::OnWindowCreated() {
     fonts_.Create();
     OnCreate();
     status_.Attach(handle_, Control(statusControl_));
-    ApplyLayout();
     OnCreated();
 }
 
@@ -177,15 +174,16 @@ void FramedWindow::OnNotification(const NMHDR& header) {
 
 void FramedWindow::OnSize(WPARAM kind) {
     if (kind == SIZE_MINIMIZED) return;  // nothing to see, and the client area is empty
-    ApplyLayout();
+    const SIZE client = ClientSize();
+    Layout(client.cx, client.cy);
+    status_.OnMoved();
     InvalidateRect(handle_, nullptr, FALSE);
 }
 
-void FramedWindow::ApplyLayout() {
+SIZE FramedWindow::ClientSize() const noexcept {
     RECT client;
     GetClientRect(handle_, &client);
-    Layout(client.right, client.bottom);
-    status_.OnMoved();
+    return {client.right, client.bottom};
 }
 
 void FramedWindow::ToggleMaximized() {

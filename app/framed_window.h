@@ -35,18 +35,19 @@ protected:
     FramedWindow(const FrameStyle& style, int statusControl) noexcept
         : style_(style), statusControl_(statusControl) {}
 
-    /// Creates the children; the fonts exist already. The layout is applied afterwards.
+    /// Creates the children; the fonts exist already.
     virtual void OnCreate() = 0;
-    /// Places the children in a client area of `width` by `height` pixels.
+    /// Places the children again, in a client area of `width` by `height` pixels.
     virtual void Layout(int width, int height) = 0;
     /// A child's notification; false leaves it to the system.
     virtual bool OnCommand(int controlId) = 0;
     virtual void OnNotify(const NMHDR&) {}
-    /// Runs after the layout of a newly created window.
+    /// Runs when the children of a new window are in their places and its status line can be used.
     virtual void OnCreated() {}
     virtual void OnDestroy() = 0;
     virtual void OnDetached() {}
 
+    SIZE ClientSize() const noexcept;
     HFONT BodyFont() const noexcept { return fonts_.body.Get(); }
     HWND Control(int id) const noexcept { return GetDlgItem(handle_, id); }
     void ShowStatus(const std::wstring& text) { status_.Show(text); }
@@ -62,7 +63,6 @@ private:
     void OnWindowCreated();
     void OnNotification(const NMHDR& header);
     void OnSize(WPARAM kind);
-    void ApplyLayout();
     void ToggleMaximized();
 
     HWND handle_ = nullptr;

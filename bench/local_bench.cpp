@@ -217,11 +217,11 @@ public:
         window_ = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
                                   nullptr, nullptr, nullptr);
         constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
-        CreateControls(window_, kSpecs, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
+        constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
+        CreateControls(window_, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
         list_ = GetDlgItem(window_, 1);
         constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
         SetUpList(list_, kColumns);
-        MoveWindow(list_, 0, 0, 860, 380, TRUE);
         Paint();
     }
     ~VisibleList() { DestroyWindow(window_); }

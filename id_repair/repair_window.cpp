@@ -76,7 +76,7 @@ bool RepairWindow::Open(HWND queryWindow) {
 }
 
 void RepairWindow::OnCreate() {
-    CreateControls(Handle(), kControls, BodyFont());
+    CreateControls(Handle(), kControls, RepairLayout(ClientSize().cx), BodyFont());
     SetUpList(Control(kRoleList), kRoleColumns);
     SetUpList(Control(kGuildList), kGuildColumns);
     SetUpList(Control(kFieldList), kFieldColumns);
