@@ -20,7 +20,9 @@ else()
   target_compile_options(project_warnings INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wshadow -Wconversion -Werror -municode>
     $<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections -fdata-sections>)
-  target_link_options(project_warnings INTERFACE -municode -static -Wl,--gc-sections $<$<CONFIG:Release>:-s>)
+  # Without the time of linking, the same sources give the same bytes.
+  target_link_options(project_warnings INTERFACE -municode -static -Wl,--gc-sections -Wl,--no-insert-timestamp
+    $<$<CONFIG:Release>:-s>)
   # Checks that need no run-time library: MinGW ships neither libasan nor libubsan.
   target_compile_definitions(project_options INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
   target_compile_options(project_options INTERFACE

@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Makes what is handed out: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
+# commit gives the same bytes on every Debian 12, so that anybody can check a release by making it again.
+set -euo pipefail
+
+# shellcheck source=tools/common.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+release_dir="$build_dir/release"
+content="$release_dir/content"
+version=$(sed -n 's/^project(MergeAccountQuery VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
+archive="MergeAccountQuery-$version-win64.zip"
+# The contents, in the order in which they are packed.
+files=(MergeAccountQuery.exe QuerySettings.ini manual.html CHANGELOG.md)
+
+# The number is also written where CMake does not reach.
+check_version() {
+    grep -q "\"ProductVersion\", \"$version\"" "$root/resources/app.rc" &&
+        grep -q "^## \[$version\]" "$root/CHANGELOG.md" && return
+    echo "resources/app.rc and CHANGELOG.md do not both tell of version ${version:-in CMakeLists.txt}" >&2
+    return 1
+}
+
+# Nothing may be dated when the release is made, nor depend on who makes it and where.
+fix_surroundings() {
+    export TZ=UTC LC_ALL=C.UTF-8 SOURCE_DATE_EPOCH
+    SOURCE_DATE_EPOCH=$(git -C "$root" log -1 --format=%ct)
+    umask 022
+    if [[ -n $(git -C "$root" status --porcelain) ]]; then
+        say "this tree differs from its commit: the archive carries the commit's date, not its content"
+    fi
+}
+
+write_manual() {
+    local title
+    title=$(sed -n 's/^# //p' "$root/docs/manual.md" | head -n 1)
+    # From docs/, so that the pictures are found where the manual says they are. The language as a variable of the
+    # page alone: as metadata pandoc would look for its own words in Chinese, which it does not have.
+    (cd "$root/docs" && quietly manual pandoc manual.md --from=gfm --to=html5 --standalone --self-contained \
+        --css=manual.css --variable=lang:zh-CN --metadata=pagetitle:"$title" --fail-if-warnings \
+        --output="$content/manual.html")
+}
+
+# Line ends for Notepad. The profile functions read Chinese in every Windows only from UTF-16.
+write_texts() {
+    sed 's/$/\r/' "$root/CHANGELOG.md" >"$content/CHANGELOG.md"
+    { printf '\xff\xfe'; sed 's/$/\r/' "$root/packaging/QuerySettings.ini" | iconv -f UTF-8 -t UTF-16LE; } \
+        >"$content/QuerySettings.ini"
+}
+
+pack() {
+    cd "$content"
+    chmod 644 "${files[@]}"
+    touch --date="@$SOURCE_DATE_EPOCH" "${files[@]}"
+    zip -q -9 -X -D "../$archive" "${files[@]}"
+    cd ..
+    sha256sum "$archive" >"$archive.sha256"
+}
+
+install_packages git pandoc zip
+check_version
+fix_surroundings
+build_preset mingw-release
+say "release $version"
+rm -rf "$release_dir"
+mkdir -p "$content"
+cp "$build_dir/mingw-release/MergeAccountQuery.exe" "$content/"
+write_manual
+write_texts
+pack
+say "made: $release_dir/$archive"
+cat "$release_dir/$archive.sha256"
