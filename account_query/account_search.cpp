@@ -9,9 +9,10 @@ namespace {
 
 // A row that fails while the connection lives is left out; one value the server cannot deliver must not hide
 // the others.
-std::vector<std::wstring> FetchAccounts(SQLHDBC connection, SQLHSTMT statement) {
+std::vector<std::wstring> FetchAccounts(SQLHDBC connection, SQLHSTMT statement, int maxResults) {
     TextColumns row(statement, 1);
     std::vector<std::wstring> accounts;
+    accounts.reserve(static_cast<size_t>(ClampMaxResults(maxResults)));
     for (SQLRETURN result; (result = FetchRow(connection, statement)) != SQL_NO_DATA;) {
         if (OdbcSucceeded(result) && !row.IsNull(0)) accounts.emplace_back(row.Text(0));
     }
@@ -41,6 +42,6 @@ AccountSearchResult SearchAccounts(const GameServerInfo& server, const std::wstr
     SQLLEN indicator = 0;
     RequireSuccess(BindPattern(statement.Get(), pattern, indicator), statement.Get());
     RequireSuccess(SQLExecute(statement.Get()), statement.Get());
-    result.accounts = FetchAccounts(session.Connection(), statement.Get());
+    result.accounts = FetchAccounts(session.Connection(), statement.Get(), settings.maxResults);
     return result;
 }

@@ -1,6 +1,7 @@
 #include "db/odbc_statement.h"
 
 #include <cwchar>
+#include <span>
 
 #include "text/text.h"
 
@@ -84,10 +85,10 @@ bool FetchCompleteRow(SQLHSTMT statement) {
     return true;
 }
 
-TextColumns::TextColumns(SQLHSTMT statement, size_t count) : columns_(count) {
+TextColumns::TextColumns(SQLHSTMT statement, size_t count) : count_(count) {
     Clear();
     SQLUSMALLINT number = 0;
-    for (Column& column : columns_) {
+    for (Column& column : std::span(columns_).first(count_)) {
         RequireSuccess(
             SQLBindCol(statement, ++number, SQL_C_WCHAR, column.text, sizeof column.text, &column.indicator),
             statement);
@@ -95,7 +96,7 @@ TextColumns::TextColumns(SQLHSTMT statement, size_t count) : columns_(count) {
 }
 
 void TextColumns::Clear() noexcept {
-    for (Column& column : columns_) {
+    for (Column& column : std::span(columns_).first(count_)) {
         column.text[0] = L'\0';
         column.indicator = SQL_NULL_DATA;
     }

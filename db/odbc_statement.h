@@ -1,9 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "db/odbc_handles.h"
 
@@ -35,7 +35,9 @@ bool FetchCompleteRow(SQLHSTMT statement);
 /// units and the terminator; longer values are cut there.
 class TextColumns {
 public:
-    /// Binds columns 1 to `count`. The statement must outlive every fetch.
+    static constexpr size_t kMost = 7;
+
+    /// Binds columns 1 to `count`, kMost at most. The statement must outlive every fetch.
     /// @throws RuntimeError with the diagnostic text.
     TextColumns(SQLHSTMT statement, size_t count);
     TextColumns(const TextColumns&) = delete;
@@ -55,5 +57,7 @@ private:
         SQLWCHAR text[kUnits];
         SQLLEN indicator;
     };
-    std::vector<Column> columns_;
+    // In place: a block of its own for every statement would leave holes between what the lists keep.
+    std::array<Column, kMost> columns_;
+    size_t count_;
 };

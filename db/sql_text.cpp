@@ -14,27 +14,26 @@ bool IsIdentifierUnit(wchar_t unit) noexcept {
     return unit == L'_' || (unit >= kFirstIdeograph && unit <= kLastIdeograph) || std::iswalnum(unit);
 }
 
-// The rule itself, with the first fault from the left; `quoted` is complete only when there is none.
-IdentifierFault QuoteParts(std::wstring_view name, std::wstring& quoted) {
+// The rule itself, with the first fault from the left; what it appends is complete only when there is none.
+IdentifierFault AppendQuoted(std::wstring& sql, std::wstring_view name) {
     name = TrimView(name);
     if (name.empty()) return IdentifierFault::Empty;
-    quoted.reserve(name.size() + 4);
-    quoted = L"[";
+    sql += L'[';
     size_t partLength = 0;
     for (const wchar_t unit : name) {
         if (unit == L'.') {
             if (partLength == 0) return IdentifierFault::EmptyPart;
-            quoted += L"].[";
+            sql += L"].[";
             partLength = 0;
         } else if (IsIdentifierUnit(unit)) {
-            quoted += unit;
+            sql += unit;
             ++partLength;
         } else {
             return IdentifierFault::BadCharacter;
         }
     }
     if (partLength == 0) return IdentifierFault::EmptyPart;
-    quoted += L']';
+    sql += L']';
     return IdentifierFault::None;
 }
 
@@ -42,7 +41,7 @@ IdentifierFault QuoteParts(std::wstring_view name, std::wstring& quoted) {
 
 std::wstring QuoteIdentifier(std::wstring_view name, std::wstring_view label) {
     std::wstring quoted;
-    switch (QuoteParts(name, quoted)) {
+    switch (AppendQuoted(quoted, name)) {
         case IdentifierFault::None:
             return quoted;
         case IdentifierFault::Empty:
@@ -56,9 +55,24 @@ std::wstring QuoteIdentifier(std::wstring_view name, std::wstring_view label) {
 
 std::wstring QuoteSqlIdentifier(std::wstring_view name) {
     std::wstring quoted;
-    switch (QuoteParts(name, quoted)) {
+    AppendSql(quoted, SqlName{name});
+    return quoted;
+}
+
+std::wstring SqlUnicodeLiteral(std::wstring_view value) {
+    std::wstring literal;
+    AppendSql(literal, SqlValue{value});
+    return literal;
+}
+
+void AppendSql(std::wstring& sql, std::wstring_view text) {
+    sql += text;
+}
+
+void AppendSql(std::wstring& sql, SqlName name) {
+    switch (AppendQuoted(sql, name.name)) {
         case IdentifierFault::None:
-            return quoted;
+            return;
         case IdentifierFault::Empty:
             throw RuntimeError("标识符不能为空");
         case IdentifierFault::EmptyPart:
@@ -68,13 +82,11 @@ std::wstring QuoteSqlIdentifier(std::wstring_view name) {
     }
 }
 
-std::wstring SqlUnicodeLiteral(std::wstring_view value) {
-    std::wstring literal;
-    literal.reserve(value.size() + 3);
-    literal = L"N'";
-    for (const wchar_t unit : value) {
-        literal += unit;
-        if (unit == L'\'') literal += unit;
+void AppendSql(std::wstring& sql, SqlValue value) {
+    sql += L"N'";
+    for (const wchar_t unit : value.value) {
+        sql += unit;
+        if (unit == L'\'') sql += unit;
     }
-    return literal += L'\'';
+    sql += L'\'';
 }

@@ -22,3 +22,29 @@ std::wstring QuoteSqlIdentifier(std::wstring_view name);
 
 /// A Unicode literal: N'..' with every apostrophe doubled. The value is otherwise left as it is.
 std::wstring SqlUnicodeLiteral(std::wstring_view value);
+
+/// Pieces of a statement: a name that is quoted as QuoteSqlIdentifier does, and a value that becomes a
+/// literal.
+struct SqlName {
+    std::wstring_view name;
+};
+struct SqlValue {
+    std::wstring_view value;
+};
+
+/// Adds a piece to a statement: text as it stands, names and values quoted. Other kinds of pieces bring their
+/// own overload.
+/// @throws RuntimeError as QuoteSqlIdentifier.
+void AppendSql(std::wstring& sql, std::wstring_view text);
+void AppendSql(std::wstring& sql, SqlName name);
+void AppendSql(std::wstring& sql, SqlValue value);
+
+/// A statement from its pieces, without a text of its own for each of them: a repair sends tens of thousands.
+template <class... Pieces>
+std::wstring SqlText(const Pieces&... pieces) {
+    constexpr size_t kUsualLength = 220;
+    std::wstring sql;
+    sql.reserve(kUsualLength);
+    (AppendSql(sql, pieces), ...);
+    return sql;
+}

@@ -22,9 +22,15 @@ std::vector<DuplicateRole> FindDuplicateRoles(SQLHDBC connection, const std::wst
     TextColumns row(statement.Get(), 7);
     std::vector<DuplicateRole> roles;
     while (FetchCompleteRow(statement.Get())) {
-        const auto text = [&](size_t column) { return std::wstring(row.Text(column)); };
-        roles.push_back(
-            {Trim(row.Text(0).substr(0, kIdUnits)), text(1), text(2), text(3), text(4), text(5), text(6)});
+        // Filled in place: a list of thousands is not also moved text by text.
+        DuplicateRole& role = roles.emplace_back();
+        role.userId = TrimView(row.Text(0).substr(0, kIdUnits));
+        role.characterA = row.Text(1);
+        role.accountA = row.Text(2);
+        role.serverIdA = row.Text(3);
+        role.characterB = row.Text(4);
+        role.accountB = row.Text(5);
+        role.serverIdB = row.Text(6);
     }
     return roles;
 }

@@ -1,7 +1,5 @@
 #include "id_repair/related_fields.h"
 
-#include <utility>
-
 #include "db/odbc_statement.h"
 
 namespace {
@@ -20,12 +18,13 @@ std::vector<RelatedField> FindColumns(SQLHDBC connection, IdKind kind, const std
 
 std::vector<RelatedField> CountHits(SQLHDBC connection, IdKind kind, const std::wstring& database,
                                     const std::wstring& id) {
-    std::vector<RelatedField> hit;
-    for (RelatedField& field : FindColumns(connection, kind, database)) {
-        field.hits = QueryInt64(connection, CountHitsSql(QuoteField(database, field), id));
-        if (field.hits > 0) hit.push_back(std::move(field));
+    std::vector<RelatedField> fields = FindColumns(connection, kind, database);
+    for (RelatedField& field : fields) {
+        field.hits = QueryInt64(connection, CountHitsSql(NameOf(database, field), id));
     }
-    return hit;
+    std::erase_if(fields, [](const RelatedField& field) { return field.hits <= 0; });
+    fields.shrink_to_fit();  // a plan keeps the hits of every ID
+    return fields;
 }
 
 }  // namespace
@@ -48,8 +47,8 @@ std::vector<RelatedField> CountGuildIdHits(SQLHDBC connection, const std::wstrin
     return CountHits(connection, IdKind::Guild, database, id);
 }
 
-QuotedColumn QuoteField(const std::wstring& database, const RelatedField& field) {
-    return QuoteColumn(database, field.schema, field.table, field.column);
+ColumnName NameOf(const std::wstring& database, const RelatedField& field) noexcept {
+    return {database, field.schema, field.table, field.column};
 }
 
 std::int64_t TotalHits(const std::vector<RelatedField>& fields) noexcept {

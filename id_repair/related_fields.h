@@ -30,8 +30,8 @@ std::vector<RelatedField> CountRoleIdHits(SQLHDBC connection, const std::wstring
 std::vector<RelatedField> CountGuildIdHits(SQLHDBC connection, const std::wstring& database,
                                            const std::wstring& id);
 
-/// The column as statements name it.
-QuotedColumn QuoteField(const std::wstring& database, const RelatedField& field);
+/// The field's names; views of both arguments.
+ColumnName NameOf(const std::wstring& database, const RelatedField& field) noexcept;
 
 /// All rows that a repair of these fields will touch.
 std::int64_t TotalHits(const std::vector<RelatedField>& fields) noexcept;

@@ -26,15 +26,6 @@ const MainTable& MainTableOf(IdKind kind) noexcept {
     return kind == IdKind::Role ? kRoles : kGuilds;
 }
 
-// Pieces of a statement, joined in one allocation.
-template <class... Pieces>
-std::wstring Join(const Pieces&... pieces) {
-    std::wstring text;
-    text.reserve((std::wstring_view(pieces).size() + ...));
-    (text.append(std::wstring_view(pieces)), ...);
-    return text;
-}
-
 }  // namespace
 
 std::wstring OnlineDatabasesSql() {
@@ -43,46 +34,50 @@ std::wstring OnlineDatabasesSql() {
 
 std::wstring DuplicateIdsSql(IdKind kind, std::wstring_view databaseA, std::wstring_view databaseB) {
     const MainTable& main = MainTableOf(kind);
-    const std::wstring quotedA = QuoteSqlIdentifier(databaseA);
-    const std::wstring quotedB = QuoteSqlIdentifier(databaseB);
-    return Join(L"SELECT DISTINCT ", main.duplicateColumns, L" FROM ", quotedA, main.table, L" a JOIN ",
-                quotedB, main.table, L" b ON a.", main.idColumn, L" COLLATE DATABASE_DEFAULT = b.",
-                main.idColumn, L" COLLATE DATABASE_DEFAULT WHERE a.", main.idColumn,
-                L" IS NOT NULL AND LTRIM(RTRIM(a.", main.idColumn, L")) <> N'' ORDER BY a.", main.idColumn);
+    return SqlText(L"SELECT DISTINCT ", main.duplicateColumns, L" FROM ", SqlName{databaseA}, main.table,
+                   L" a JOIN ", SqlName{databaseB}, main.table, L" b ON a.", main.idColumn,
+                   L" COLLATE DATABASE_DEFAULT = b.", main.idColumn, L" COLLATE DATABASE_DEFAULT WHERE a.",
+                   main.idColumn, L" IS NOT NULL AND LTRIM(RTRIM(a.", main.idColumn, L")) <> N'' ORDER BY a.",
+                   main.idColumn);
 }
 
 std::wstring CountIdRowsSql(IdKind kind, std::wstring_view database, std::wstring_view id, bool withLock) {
     const MainTable& main = MainTableOf(kind);
-    return Join(L"SELECT COUNT_BIG(*) FROM ", QuoteSqlIdentifier(database), main.table,
-                withLock ? L" WITH (UPDLOCK, HOLDLOCK)" : L"", L" WHERE ", main.idColumn, L" = ",
-                SqlUnicodeLiteral(id));
+    return SqlText(L"SELECT COUNT_BIG(*) FROM ", SqlName{database}, main.table,
+                   withLock ? L" WITH (UPDLOCK, HOLDLOCK)" : L"", L" WHERE ", main.idColumn, L" = ",
+                   SqlValue{id});
 }
 
 std::wstring ReferringColumnsSql(IdKind kind, std::wstring_view database) {
-    return Join(
-        L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM ", QuoteSqlIdentifier(database),
+    return SqlText(
+        L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME, DATA_TYPE FROM ", SqlName{database},
         L".INFORMATION_SCHEMA.COLUMNS WHERE DATA_TYPE IN (N'char',N'varchar',N'nchar',N'nvarchar') AND ",
         MainTableOf(kind).referencePatterns, L" ORDER BY TABLE_SCHEMA, TABLE_NAME, ORDINAL_POSITION");
 }
 
 std::wstring LargestRoleIdSql(std::wstring_view database) {
-    return Join(
+    return SqlText(
         L"SELECT MAX(CASE WHEN FLD_USERID NOT LIKE N'%[^0-9]%' "
         L"THEN CONVERT(DECIMAL(38,0), FLD_USERID) END) FROM ",
-        QuoteSqlIdentifier(database), kRoles.table);
+        SqlName{database}, kRoles.table);
 }
 
-QuotedColumn QuoteColumn(std::wstring_view database, std::wstring_view schema, std::wstring_view table,
-                         std::wstring_view column) {
-    return {
-        Join(QuoteSqlIdentifier(database), L".", QuoteSqlIdentifier(schema), L".", QuoteSqlIdentifier(table)),
-        QuoteSqlIdentifier(column)};
+void AppendSql(std::wstring& sql, const SqlTableOf& piece) {
+    const ColumnName& column = piece.column;
+    AppendSql(sql, SqlName{column.database});
+    sql += L'.';
+    AppendSql(sql, SqlName{column.schema});
+    sql += L'.';
+    AppendSql(sql, SqlName{column.table});
 }
 
-std::wstring HoldsIdCondition(const QuotedColumn& field, std::wstring_view id) {
-    return Join(L" WHERE CAST(", field.column, L" AS NVARCHAR(256)) = ", SqlUnicodeLiteral(id));
+void AppendSql(std::wstring& sql, const SqlHoldsId& piece) {
+    sql += L" WHERE CAST(";
+    AppendSql(sql, SqlName{piece.column.column});
+    sql += L" AS NVARCHAR(256)) = ";
+    AppendSql(sql, SqlValue{piece.id});
 }
 
-std::wstring CountHitsSql(const QuotedColumn& field, std::wstring_view id) {
-    return Join(L"SELECT COUNT_BIG(*) FROM ", field.table, HoldsIdCondition(field, id));
+std::wstring CountHitsSql(const ColumnName& column, std::wstring_view id) {
+    return SqlText(L"SELECT COUNT_BIG(*) FROM ", SqlTableOf{column}, SqlHoldsId{column, id});
 }

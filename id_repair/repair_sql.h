@@ -28,16 +28,25 @@ std::wstring ReferringColumnsSql(IdKind kind, std::wstring_view database);
 /// The largest ID made of digits alone; NULL when there is none.
 std::wstring LargestRoleIdSql(std::wstring_view database);
 
-/// A column of a database, with everything that a statement needs to name it.
-struct QuotedColumn {
-    std::wstring table;   // three parts
-    std::wstring column;  // one
+/// The names of a column, unquoted.
+struct ColumnName {
+    std::wstring_view database;
+    std::wstring_view schema;
+    std::wstring_view table;
+    std::wstring_view column;
 };
-QuotedColumn QuoteColumn(std::wstring_view database, std::wstring_view schema, std::wstring_view table,
-                         std::wstring_view column);
 
-/// The condition that a column holds an ID, whatever its character type.
-std::wstring HoldsIdCondition(const QuotedColumn& field, std::wstring_view id);
+/// Pieces of a statement about a column: its table by three parts, and the condition that it holds an ID,
+/// whatever its character type.
+struct SqlTableOf {
+    const ColumnName& column;
+};
+struct SqlHoldsId {
+    const ColumnName& column;
+    std::wstring_view id;
+};
+void AppendSql(std::wstring& sql, const SqlTableOf& piece);
+void AppendSql(std::wstring& sql, const SqlHoldsId& piece);
 
 /// Counts the rows of one column that hold an ID.
-std::wstring CountHitsSql(const QuotedColumn& field, std::wstring_view id);
+std::wstring CountHitsSql(const ColumnName& column, std::wstring_view id);

@@ -9,9 +9,9 @@
 
 namespace {
 
-std::wstring ReplaceIdSql(const QuotedColumn& field, std::wstring_view oldId, std::wstring_view newId) {
-    return L"UPDATE " + field.table + L" SET " + field.column + L" = " + SqlUnicodeLiteral(newId) +
-           HoldsIdCondition(field, oldId);
+std::wstring ReplaceIdSql(const ColumnName& column, std::wstring_view oldId, std::wstring_view newId) {
+    return SqlText(L"UPDATE ", SqlTableOf{column}, L" SET ", SqlName{column.column}, L" = ", SqlValue{newId},
+                   SqlHoldsId{column, oldId});
 }
 
 }  // namespace
@@ -19,7 +19,7 @@ std::wstring ReplaceIdSql(const QuotedColumn& field, std::wstring_view oldId, st
 void ReplaceId(SQLHDBC connection, const std::wstring& database, const std::vector<RelatedField>& fields,
                const std::wstring& oldId, const std::wstring& newId) {
     for (const RelatedField& field : fields) {
-        ExecuteDirect(connection, ReplaceIdSql(QuoteField(database, field), oldId, newId), false);
+        ExecuteDirect(connection, ReplaceIdSql(NameOf(database, field), oldId, newId), false);
     }
 }
 
@@ -27,7 +27,7 @@ void RequireNoReference(SQLHDBC connection, const std::wstring& database,
                         const std::vector<RelatedField>& fields, const std::wstring& oldId,
                         const std::wstring& message) {
     for (const RelatedField& field : fields) {
-        if (QueryInt64(connection, CountHitsSql(QuoteField(database, field), oldId)) != 0) {
+        if (QueryInt64(connection, CountHitsSql(NameOf(database, field), oldId)) != 0) {
             throw RuntimeError(message);
         }
     }

@@ -55,7 +55,9 @@ TEST_CASE("the statements of the repair name what they read in brackets and as l
         CountIdRowsSql(IdKind::Role, L"合区", L"{a'b} ", true) ==
         L"SELECT COUNT_BIG(*) FROM [合区].[dbo].[TBL_CHARACTER] WITH (UPDLOCK, HOLDLOCK) WHERE FLD_USERID = "
         L"N'{a''b} '");
-    CHECK(ErrorOf([] { QuoteColumn(L"A", L"d o", L"T", L"c"); }) == L"数据库标识符包含不允许的字符");
+    CHECK(CountHitsSql({L"合区", L"log", L"T", L"c"}, L"a'b") ==
+          L"SELECT COUNT_BIG(*) FROM [合区].[log].[T] WHERE CAST([c] AS NVARCHAR(256)) = N'a''b'");
+    CHECK(ErrorOf([] { CountHitsSql({L"A", L"d o", L"T", L"c"}, L"1"); }) == L"数据库标识符包含不允许的字符");
 }
 
 TEST_CASE("only the two repairs hold statements that write to a database") {
