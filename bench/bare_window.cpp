@@ -1,13 +1,11 @@
 // The bare program that the tool's window is measured against: one window with one list view, nothing else.
 // Started with an argument it also creates the kinds of controls that the tool's window has, with the tool's
-// font. Sending it WM_APP fills the list the way any program would: with wParam rows of five texts.
+// font.
 
 #include <windows.h>
 
 // after windows.h, which it needs
 #include <commctrl.h>
-
-#include <string>
 
 namespace {
 
@@ -46,32 +44,10 @@ void CreateOtherControls(HWND window) {
     }
 }
 
-void FillList(int rows) {
-    SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-    for (int row = 0; row < rows; ++row) {
-        for (int column = 0; column < kColumns; ++column) {
-            // As long as the texts of a duplicate.
-            std::wstring text = std::to_wstring(10'000'000 + row);
-            LVITEMW item = {};
-            item.mask = LVIF_TEXT;
-            item.iItem = row;
-            item.iSubItem = column;
-            item.pszText = text.data();
-            SendMessageW(list, column == 0 ? LVM_INSERTITEMW : LVM_SETITEMW, 0,
-                         reinterpret_cast<LPARAM>(&item));
-        }
-    }
-    SendMessageW(list, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(list, nullptr, TRUE);
-}
-
 LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_CREATE:
             CreateList(window);
-            return 0;
-        case WM_APP:
-            FillList(static_cast<int>(wParam));
             return 0;
         case WM_DESTROY:
             PostQuitMessage(0);

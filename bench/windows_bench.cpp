@@ -1,4 +1,4 @@
-// Starting the real program and listing duplicates in it, beside the bare window.
+// Starting the real program, beside the bare window.
 
 #include <windows.h>
 
@@ -8,7 +8,7 @@
 #include <iterator>
 #include <memory>
 
-#include "bench/merge_zones.h"
+#include "bench/private_memory.h"
 #include "bench/table.h"
 #include "demo/desk_driver.h"
 #include "tests/support/temp_directory.h"
@@ -77,28 +77,6 @@ double StartMilliseconds(const Start& start) {
 
 // ---- memory ---------------------------------------------------------------------------------------------
 
-constexpr int kDuplicates = 10'000;
-
-std::string HostFile(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-// Wine does not tell a process's private memory, its host does: the kilobytes that only this process has
-// written to. `program` is the file name; of this environment, because other ones may run the same program.
-double PrivateKilobytes(const std::string& program) {
-    for (const auto& entry : std::filesystem::directory_iterator(L"Z:\\proc")) {
-        const std::filesystem::path process = entry.path();
-        if (!iswdigit(process.filename().wstring().front())) continue;
-        if (HostFile(process / "comm") != program.substr(0, 15) + "\n") continue;
-        if (HostFile(process / "environ").find("/wine/bench/prefix") == std::string::npos) continue;
-        constexpr std::string_view kLine = "Private_Dirty:";
-        const std::string totals = HostFile(process / "smaps_rollup");
-        return std::stod(totals.substr(totals.find(kLine) + kLine.size()));
-    }
-    throw std::runtime_error("the host does not know " + program);
-}
-
 void WaitUntilIdle(const Process& process) {
     WaitForInputIdle(process.info.hProcess, 10'000);
     Sleep(300);
@@ -108,45 +86,6 @@ double PrivateAfterStart(const Start& start) {
     const Process process(start.program);
     WaitUntilIdle(process);
     return PrivateKilobytes(start.fileName);
-}
-
-// The private memory that a list of duplicates adds, in kilobytes.
-double ListedByTheTool(const Start& start, const MergeZones& zones) {
-    const Process process(start.program);
-    WaitUntilIdle(process);
-    const DWORD id = process.info.dwProcessId;
-    desk::Press(desk::Child(desk::WaitForTopWindow(id, start.windowClass), 1010));
-    const HWND window = desk::WaitForTopWindow(id, L"RoleIdRepairWindow");
-    const auto set = [&](int control, const std::wstring& text) {
-        desk::SetText(desk::Child(window, control), text);
-    };
-    const DbConnectionSettings settings = SettingsFor(zones.A());
-    set(3001, settings.server);
-    set(3002, std::to_wstring(settings.port));
-    set(3003, settings.user);
-    set(3004, settings.password);
-    set(3005, zones.B());
-    const auto detect = [&](const std::wstring& other, int expected) {
-        set(3006, other);
-        desk::Press(desk::Child(window, 3007));
-        if (desk::ListRowCount(desk::Child(window, 3008)) != expected) {
-            throw std::runtime_error(WideToUtf8(desk::Text(desk::Child(window, 3014))));
-        }
-        Sleep(300);
-        return PrivateKilobytes(start.fileName);
-    };
-    // The driver manager and the driver stay loaded, so the first detection finds nothing.
-    const double before = detect(zones.Third(), 0);
-    return detect(zones.A(), kDuplicates) - before;
-}
-
-double ListedByTheBareWindow(const Start& start) {
-    const Process process(start.program);
-    WaitUntilIdle(process);
-    const double before = PrivateKilobytes(start.fileName);
-    desk::Send(desk::WaitForTopWindow(process.info.dwProcessId, start.windowClass), WM_APP, kDuplicates);
-    Sleep(300);
-    return PrivateKilobytes(start.fileName) - before;
 }
 
 }  // namespace
@@ -172,12 +111,6 @@ int wmain() {
             Compare(
                 7, [&] { return PrivateAfterStart(ours); }, [&] { return PrivateAfterStart(bare); }),
             3 * 1024);
-        const MergeZones zones(kDuplicates, 0);
-        PrintDifference(
-            "private memory of 10,000 listed duplicates", "KB",
-            Compare(
-                3, [&] { return ListedByTheTool(ours, zones); }, [&] { return ListedByTheBareWindow(bare); }),
-            kDuplicates);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
