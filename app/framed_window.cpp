@@ -177,7 +177,9 @@ void FramedWindow::OnSize(WPARAM kind) {
     const SIZE client = ClientSize();
     Layout(client.cx, client.cy);
     status_.OnMoved();
-    InvalidateRect(handle_, nullptr, FALSE);
+    // With the children: one that was moved brings its old pixels along, and with them what a sibling that was
+    // moved before it has drawn there.
+    RedrawWindow(handle_, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN);
 }
 
 SIZE FramedWindow::ClientSize() const noexcept {
