@@ -34,6 +34,17 @@ std::wstring RowText(HWND list, int row) {
     return text;
 }
 
+// Programs that watch the clipboard hold it for a moment after every change.
+bool OpenForOwner(HWND owner) noexcept {
+    constexpr int kAttempts = 10;
+    constexpr DWORD kPauseMilliseconds = 10;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (OpenClipboard(owner)) return true;
+        Sleep(kPauseMilliseconds);
+    }
+    return false;
+}
+
 void PutOnClipboard(HWND owner, const std::wstring& text) {
     const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
     Owner<GlobalMemoryTrait> memory(GlobalAlloc(GMEM_MOVEABLE, bytes));
@@ -41,7 +52,7 @@ void PutOnClipboard(HWND owner, const std::wstring& text) {
     if (!target) return;
     std::memcpy(target, text.c_str(), bytes);
     GlobalUnlock(memory.Get());
-    if (!OpenClipboard(owner)) return;
+    if (!OpenForOwner(owner)) return;
     EmptyClipboard();
     // What the clipboard has taken belongs to it.
     if (SetClipboardData(CF_UNICODETEXT, memory.Get())) memory.Release();

@@ -95,3 +95,61 @@ TEST_CASE("accounts are queried from the running zones") {
     desk::ChooseComboItem(desk.Child(kZoneCombo), -1);
     check(L"a", L"请先启动 M2 并刷新区服。", L"");  // the zone is checked before the keyword
 }
+
+static std::wstring ClipboardText() {
+    std::wstring text;
+    if (!OpenClipboard(nullptr)) return text;
+    if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+        text = static_cast<const wchar_t*>(GlobalLock(data));
+        GlobalUnlock(data);
+    }
+    CloseClipboard();
+    return text;
+}
+
+TEST_CASE("keys lists and long messages behave as everywhere in Windows") {
+    const TestDatabase database(L"usual", {L"CREATE TABLE TBL_ACCOUNT (FLD_ACCOUNT nvarchar(50))",
+                                           L"INSERT INTO TBL_ACCOUNT (FLD_ACCOUNT) VALUES (N'玩家一二三')"});
+    Desk desk;
+    for (const wchar_t* zone : {L"一区", L"二区", L"三区"})
+        desk.StartZone(zone, Desk::ZoneJson(WideToUtf8(zone), database.Name()));
+    desk.StartTool();
+    const DWORD tool = desk.Tool().Id();
+    desk.Query(L"玩家");
+    const auto typeWithControl = [](WORD key) {
+        keybd_event(VK_CONTROL, 0, 0, 0);
+        desk::TapKey(key);
+        keybd_event(VK_CONTROL, 0, KEYEVENTF_KEYUP, 0);
+    };
+    const auto clickOn = [&](int control, int x, int y) {
+        const RECT place = desk::RectInParent(desk.Child(control));
+        desk::Click(desk.Window(), place.left + x, place.top + y);
+    };
+    clickOn(kKeywordEdit, 5, 10);
+    typeWithControl('A');
+    const auto selection = [&] { return desk::Send(desk.Child(kKeywordEdit), EM_GETSEL); };
+    desk::WaitUntil("all selected", [&] { return selection() == MAKELONG(0, 2); });
+    desk::TapKey(VK_RETURN);  // no default button
+    clickOn(kAccountList, 40, 34);
+    desk::WaitUntil("a row", [&] { return desk::SelectedListRow(desk.Child(kAccountList)) == 0; });
+    typeWithControl('C');
+    const std::wstring row = L"一区\t" + database.Name() + L"\t玩家**三";
+    desk::WaitUntil("the row", [&] { return ClipboardText() == row; });
+
+    const HWND zones = desk.Child(kZoneCombo);
+    desk::Send(zones, CB_SHOWDROPDOWN, TRUE);
+    const RECT drop = desk::ScreenRect(desk::WaitForTopWindow(tool, L"ComboLBox"));
+    CHECK(drop.bottom - drop.top >= 3 * desk::Send(zones, CB_GETITEMHEIGHT));
+    desk::Send(zones, CB_SHOWDROPDOWN, FALSE);
+
+    // A text that fits has no tooltip, a longer one has.
+    CHECK(desk::FindTopWindow(tool, TOOLTIPS_CLASSW) == nullptr);
+    desk::SetText(desk.Child(kTableEdit), std::wstring(120, L'长'));
+    desk::SetText(desk.Child(kFieldEdit), L"FLD_ACCOUNT");
+    desk.Query(L"玩家");
+    CHECK(desk.Status().starts_with(L"查询失败：42S02: "));
+    clickOn(kQueryStatus, 40, 8);
+    clickOn(kQueryStatus, 60, 10);
+    const HWND tip = desk::WaitForTopWindow(tool, TOOLTIPS_CLASSW);
+    CHECK(desk::Text(tip) == desk.Status());
+}
