@@ -70,7 +70,7 @@ void ReadAndConvert(const std::wstring& path) {
 }
 
 void MeasureReading(std::string_view row, const std::string& json, const std::string& ini, int rounds,
-                    int repeats) {
+                    int repeats, double target = 2) {
     const TempDirectory directory;
     directory.Write(L"Config.Json", json);
     directory.Write(L"Config.ini", ini);
@@ -91,7 +91,7 @@ void MeasureReading(std::string_view row, const std::string& json, const std::st
                Compare(
                    rounds, [&] { return Milliseconds(ours) / repeats; },
                    [&] { return Milliseconds(bare) / repeats; }),
-               2);
+               target);
 }
 
 // ---- refresh with 64 zones ------------------------------------------------------------------------------
@@ -327,7 +327,7 @@ int wmain() {
         MeasureReading("reading one zone: Config.Json of 10 MB", Json(kLarge), Ini(kSmall), 15, 1);
         MeasureReading("reading one zone: Config.ini of 10 MB", Json(kSmall), Ini(kLarge), 15, 1);
         MeasureReading("  the same when Config.Json gives no name", Json(kSmall, "\"None\": 0"), Ini(kLarge),
-                       7, 1);
+                       7, 1, 0);
         MeasureRefresh();
         MeasureListFilling();
         MeasureRanking();
