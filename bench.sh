@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures the tool side by side with programs that do only the unavoidable part of its work, and prints one table:
-# also in build/bench/table.txt. Takes about ten minutes; let nothing else run meanwhile.
+# also in build/bench/table.txt. Takes about five minutes; let nothing else run meanwhile.
 set -euo pipefail
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
