@@ -33,8 +33,9 @@ AccountSearchResult SearchAccounts(const GameServerInfo& server, const std::wstr
     const OdbcSession session = ConnectAccountDatabase(server, settings.driver);
     AccountSearchResult result;
     result.source = DetectAccountSource(session.Connection(), keyword, settings);
-    const std::wstring sql = SearchAccountsSql(QualifiedAccountTable(result.source),
-                                               QuotedAccountColumn(result.source), settings.maxResults);
+    const std::wstring table = QualifiedAccountTable(result.source);  // the first to be refused
+    const std::wstring sql =
+        SearchAccountsSql(table, QuotedAccountColumn(result.source), settings.maxResults);
     const OdbcStatement statement = AllocateStatement(session.Connection());
     if (!statement) throw RuntimeError("ODBC statement failed");
     RequireSuccess(SQLPrepareW(statement.Get(), OdbcText(sql.c_str()), SQL_NTS), statement.Get());

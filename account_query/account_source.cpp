@@ -51,8 +51,8 @@ std::vector<AccountSource> ScanAccountCandidates(SQLHDBC connection) {
 bool ProbeAccountCandidate(SQLHDBC connection, const AccountSource& candidate, const std::wstring& keyword) {
     const OdbcStatement statement = AllocateStatement(connection);
     if (!statement) return false;
-    const std::wstring sql =
-        ProbeAccountSql(QualifiedAccountTable(candidate), QuotedAccountColumn(candidate));
+    const std::wstring table = QualifiedAccountTable(candidate);  // the first to be refused
+    const std::wstring sql = ProbeAccountSql(table, QuotedAccountColumn(candidate));
     if (!OdbcSucceeded(SQLPrepareW(statement.Get(), OdbcText(sql.c_str()), SQL_NTS))) return false;
     const std::wstring pattern = ContainsPattern(keyword);
     SQLLEN indicator = 0;

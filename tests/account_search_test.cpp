@@ -77,6 +77,7 @@ TEST_CASE("detection prefers the best-scored column that holds the keyword") {
         CHECK(Found(database, std::wstring(row.in)) == row.expected);
     }
     CHECK(Found(database, L"ab", Manual(L"t", L"c d")) == L"账号字段名包含不允许的字符");
+    CHECK(Found(database, L"ab", Manual(L"t t", L"c d")) == L"账号表名包含不允许的字符");
     // One word for detection is enough to ignore the other box.
     CHECK(Found(database, L"eco", Manual(L" auto ", L"nowhere")) == L"game.t_user.userid second");
     CHECK(Found(database, L"ain", Manual(L"TBL_ACCOUNT", L"自动")) == L"dbo.TBL_ACCOUNT.FLD_ACCOUNT main");
