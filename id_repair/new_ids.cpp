@@ -17,9 +17,9 @@ using CountRows = std::int64_t (*)(SQLHDBC, const std::wstring&, const std::wstr
 
 void RequireOneRowEach(SQLHDBC connection, CountRows countRows, const std::wstring& target,
                        const std::wstring& other, const std::wstring& id, std::wstring_view message) {
-    const bool unique =
-        countRows(connection, target, id, false) == 1 && countRows(connection, other, id, false) == 1;
-    if (!unique) throw RuntimeError(std::wstring(message) + id);
+    const std::int64_t inTarget = countRows(connection, target, id, false);
+    const std::int64_t inOther = countRows(connection, other, id, false);
+    if (inTarget != 1 || inOther != 1) throw RuntimeError(std::wstring(message) + id);
 }
 
 void RequireUnused(SQLHDBC connection, CountRows countRows, const std::vector<std::wstring>& databases,
