@@ -11,7 +11,7 @@ namespace {
 
 using Words = std::span<const std::wstring_view>;
 
-// All words are lower-case: names are lower-cased once and then compared as they stand.
+// All words are lower-case: names are lower-cased once, before the comparisons.
 constexpr std::array<std::wstring_view, 22> kSensitiveFragments = {
     L"password", L"passwd", L"pwd",  L"pass", L"token", L"session", L"mail",    L"email",
     L"phone",    L"mobile", L"tel",  L"qq",   L"ip",    L"mac",     L"machine", L"电脑",
@@ -40,8 +40,8 @@ struct ScoreRule {
     int weight;
 };
 
-// Each rule counts once, however many of its words match. A table named like "login" also matches "log": that
-// it loses more than it gains is wanted, most such tables are journals.
+// Each rule counts once, however many of its words match. A table named like "login" also matches "log" and
+// loses more than it gains: intended, because most such tables are logs.
 constexpr ScoreRule kColumnRules[] = {
     {Test::Equals, kExactColumns, 240},  {Test::Contains, kAccountWords, 160},
     {Test::Contains, kUserIdWords, 130}, {Test::Contains, kLoginWords, 100},

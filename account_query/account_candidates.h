@@ -13,15 +13,15 @@ struct AccountSource {
     bool autoDetected = false;  // false, too, while it is only a candidate
 };
 
-/// True when `fragment` occurs in `text`, letter case aside (towlower); an empty fragment always does.
+/// True when `fragment` occurs in `text`, ignoring letter case (towlower); an empty fragment always does.
 bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment);
 
-/// True for a column that may hold personal data or secrets by its name: it is never searched. A plain
-/// substring test, which on purpose also keeps away from names such as zip, description or hotel.
+/// True for a column whose name suggests personal data or secrets: it is never searched. A plain substring
+/// test; that it also excludes names such as zip, description or hotel is intended.
 bool IsSensitiveColumnName(std::wstring_view column);
 
-/// Scores a candidate by its table's and column's names, letter case aside. Rules add up; the result can be
-/// negative (log and history tables).
+/// Scores a candidate by its table's and column's names, ignoring letter case. Rules add up; the result can
+/// be negative (log and history tables).
 int ScoreAccountCandidate(const AccountSource& candidate);
 
 /// Best score first; equal scores keep their order.

@@ -7,8 +7,8 @@
 
 namespace {
 
-// A row that fails while the connection lives is left out; one value the server cannot deliver must not hide
-// the others.
+// A row whose fetch fails on a living connection is left out: one value that the server cannot deliver must
+// not hide the others.
 std::vector<std::wstring> FetchAccounts(SQLHDBC connection, SQLHSTMT statement, int maxResults) {
     TextColumns row(statement, 1);
     std::vector<std::wstring> accounts;
@@ -33,7 +33,7 @@ AccountSearchResult SearchAccounts(const GameServerInfo& server, const std::wstr
     const OdbcSession session = ConnectAccountDatabase(server, settings.driver);
     AccountSearchResult result;
     result.source = DetectAccountSource(session.Connection(), keyword, settings);
-    const std::wstring table = QualifiedAccountTable(result.source);  // the first to be refused
+    const std::wstring table = QualifiedAccountTable(result.source);  // checked before the column name
     const std::wstring sql =
         SearchAccountsSql(table, QuotedAccountColumn(result.source), settings.maxResults);
     const OdbcStatement statement = AllocateStatement(session.Connection());

@@ -10,7 +10,7 @@
 
 /// What one search found.
 struct AccountSearchResult {
-    std::vector<std::wstring> accounts;  // unmasked, in the order in which the database returned them
+    std::vector<std::wstring> accounts;  // unmasked, in the database's order
     AccountSource source;                // where they were found
 };
 
@@ -21,11 +21,9 @@ OdbcSession ConnectAccountDatabase(const GameServerInfo& info, const std::wstrin
 
 /// Reads the accounts of one zone whose name contains the keyword. Only reads; keeps nothing open.
 /// @param keyword  2 to 32 UTF-16 units, taken literally.
-/// @return at most `settings.maxResults` (clamped to 1..500) names, ascending; NULL values are left out and
-/// names
-///         are cut after 255 units.
-/// @throws RuntimeError with the text of the connection, of the detection of the account table, "ODBC
-/// statement
-///         failed", or the statement's diagnostic text.
+/// @return at most `settings.maxResults` (clamped to 1..500) names, ascending; NULL values are left out,
+///         names are cut after 255 units.
+/// @throws RuntimeError "ODBC statement failed", the statement's diagnostic text, or the text of the
+///         connection or of the account table's detection.
 AccountSearchResult SearchAccounts(const GameServerInfo& server, const std::wstring& keyword,
                                    const QuerySettings& settings);

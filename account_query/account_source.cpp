@@ -12,8 +12,8 @@ constexpr wchar_t kTextColumnsSql[] =
     L"AND TABLE_SCHEMA NOT IN (N'sys',N'INFORMATION_SCHEMA') "
     L"ORDER BY TABLE_SCHEMA, TABLE_NAME, ORDINAL_POSITION";
 
-// A database of thousands of text columns must not be read column by column: candidates with names that say
-// little share a budget, those with telling names are always probed.
+// A database may have thousands of text columns, and a probe may read a whole table: candidates with low
+// scores share a limited number of probes, those with higher scores are always probed.
 const AccountSource* FirstProbeHit(SQLHDBC connection, const std::vector<AccountSource>& candidates,
                                    const std::wstring& keyword) {
     constexpr int kAlwaysProbedScore = 20;
@@ -51,7 +51,7 @@ std::vector<AccountSource> ScanAccountCandidates(SQLHDBC connection) {
 bool ProbeAccountCandidate(SQLHDBC connection, const AccountSource& candidate, const std::wstring& keyword) {
     const OdbcStatement statement = AllocateStatement(connection);
     if (!statement) return false;
-    const std::wstring table = QualifiedAccountTable(candidate);  // the first to be refused
+    const std::wstring table = QualifiedAccountTable(candidate);  // checked before the column name
     const std::wstring sql = ProbeAccountSql(table, QuotedAccountColumn(candidate));
     if (!OdbcSucceeded(SQLPrepareW(statement.Get(), OdbcText(sql.c_str()), SQL_NTS))) return false;
     const std::wstring pattern = ContainsPattern(keyword);

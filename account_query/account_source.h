@@ -11,8 +11,8 @@
 /// @throws RuntimeError "ODBC statement failed", or the catalogue query's diagnostic text.
 std::vector<AccountSource> ScanAccountCandidates(SQLHDBC connection);
 
-/// True when at least one value of the candidate's column contains the keyword. Whatever keeps the server
-/// from answering makes it false; a failing fetch makes it true.
+/// True when at least one value of the candidate's column contains the keyword. A statement that fails gives
+/// false, a fetch that fails gives true.
 /// @throws RuntimeError when the candidate's names cannot be quoted.
 bool ProbeAccountCandidate(SQLHDBC connection, const AccountSource& candidate, const std::wstring& keyword);
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-// NVARCHAR(128) brings every character type, text and ntext included, to one that LIKE and the client share.
+// One type for all character columns, text and ntext included, that LIKE accepts and the client can read.
 std::wstring CastColumn(const std::wstring& column) {
     return L"CAST(" + column + L" AS NVARCHAR(128))";
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-// The texts of an account search: the pattern, the statements, the masked names. Values in, values out.
+// Pure functions for the texts of an account search: pattern, statements, masked names.
 
 /// Puts "\" before each of \ % _ [ ] so that LIKE .. ESCAPE N'\' takes every unit literally.
 std::wstring EscapeLikePattern(std::wstring_view text);

@@ -45,7 +45,7 @@ bool SurvivesAnsi(const std::wstring& text) {
     return AnsiToWide(WideToAnsi(text)) == text;
 }
 
-// A reader sees the old content or the new one, whole.
+// Atomic: a reader sees the old content or the new one.
 void ReplaceFileContent(const std::wstring& path, std::wstring_view text) {
     const std::wstring draft = path + L".new";
     const DWORD size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
@@ -60,10 +60,10 @@ void ReplaceFileContent(const std::wstring& path, std::wstring_view text) {
     if (!replaced) DeleteFileW(draft.c_str());
 }
 
-// The profile functions keep a file in the ANSI code page unless it begins with the byte order mark of
-// UTF-16: on a system of another language a table with a Chinese name would come back as question marks. Such
-// a file is turned into UTF-16 first, whole or not at all.
-void MakeRoomForEveryName(const QuerySettings& settings) {
+// The profile functions write a file in the ANSI code page unless it begins with the byte order mark of
+// UTF-16: on a system of another language the Chinese name of a table would be stored as question marks. The
+// file is then converted to UTF-16 first, completely or not at all.
+void ConvertToUtf16IfNeeded(const QuerySettings& settings) {
     if (SurvivesAnsi(settings.m2ProcessName) && SurvivesAnsi(settings.accountTable) &&
         SurvivesAnsi(settings.accountField) && SurvivesAnsi(settings.driver)) {
         return;
@@ -123,7 +123,7 @@ QuerySettings LoadQuerySettings() {
 
 void SaveQuerySettings(const QuerySettings& settings) {
     try {
-        MakeRoomForEveryName(settings);
+        ConvertToUtf16IfNeeded(settings);
     } catch (const std::exception&) {
         // A file that cannot be rewritten cannot be written below either.
     }

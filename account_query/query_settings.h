@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
-/// What the operator has settled for the account query, kept in QuerySettings.ini.
+/// The operator's settings for the account query, stored in QuerySettings.ini.
 struct QuerySettings {
-    std::wstring path;                             // of the file; not stored in it
+    std::wstring path;                             // of the file itself; not stored
     std::wstring m2ProcessName = L"M2Server.exe";  // [Query] M2ProcessName
     std::wstring accountTable = L"AUTO";           // [Query] AccountTable: a table, or a word for detection
     std::wstring accountField = L"AUTO";           // [Query] AccountField: a column, or a word for detection
@@ -17,14 +17,14 @@ struct QuerySettings {
 inline constexpr int kFewestResults = 1;
 inline constexpr int kMostResults = 500;
 
-/// The nearest row limit that a search accepts.
+/// The row limit, clamped to the range above.
 int ClampMaxResults(int maxResults) noexcept;
 
 /// True for the words that ask for detection: trimmed and lower-cased, nothing, "auto", "自动" or "自动识别".
 bool IsAutoValue(std::wstring_view text);
 
-/// The places of the file in the order in which they are looked at: beside the program, in the current
-/// directory, in that directory and its four nearest ancestors. Does not look at the disk.
+/// The possible paths of the file in the order of the search: beside the program, in the current directory
+/// (listed twice), in its four nearest ancestors. Does not access the disk.
 std::vector<std::wstring> SettingsPathCandidates(std::wstring_view programPath,
                                                  std::wstring_view currentDirectory);
 

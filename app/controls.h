@@ -84,7 +84,7 @@ private:
     std::span<const int> ids_;
 };
 
-/// Shows one of the system's cursors (IDC_WAIT while an action runs), and the one before it again at the end
+/// Shows one of the system's cursors (IDC_WAIT while an action runs) and restores the previous one at the end
 /// of its scope.
 class ShownCursor {
 public:

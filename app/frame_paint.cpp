@@ -31,7 +31,7 @@ void Fill(HDC dc, RECT area, COLORREF colour) noexcept {
 }
 
 void DrawLine(HDC dc, HGDIOBJ font, COLORREF colour, const wchar_t* text, RECT area, UINT format) noexcept {
-    // A font that could not be made leaves the one before it in place.
+    // Without a font (its creation failed) the current one is used.
     const Selected selected(dc, font ? font : GetCurrentObject(dc, OBJ_FONT));
     SetTextColor(dc, colour);
     DrawTextW(dc, text, -1, &area, format);

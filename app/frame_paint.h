@@ -14,7 +14,7 @@ struct FrameFonts {
     void Delete() noexcept;
 };
 
-/// What the frames of the two windows do not share.
+/// What differs between the frames of the two windows.
 struct FrameStyle {
     const wchar_t* heading;   // in the banner
     const wchar_t* subtitle;  // under it

@@ -48,7 +48,7 @@ LRESULT CALLBACK FramedWindow::Procedure(HWND handle, UINT message, WPARAM wPara
         window->OnDetached();
         return DefWindowProcW(handle, message, wParam, lParam);
     } catch (const std::exception&) {
-        // Nothing may travel through the system's code. Actions show their own errors; what comes here is a
+        // No exception may leave a window procedure. Actions show their own errors; what arrives here is a
         // lack of memory, and a window that could not be built is not opened.
         return message == WM_CREATE ? -1 : 0;
     }
@@ -112,7 +112,7 @@ std::optional<LRESULT> FramedWindow::OnHitTest(LPARAM screenPoint) const {
 }
 
 std::optional<LRESULT> FramedWindow::OnRelease(LPARAM clientPoint) {
-    // The row is unsigned on purpose: a release above the client area (after dragging there) is none of ours.
+    // The row is unsigned on purpose: a release above the client area (after dragging there) is ignored.
     const int x = GET_X_LPARAM(clientPoint);
     const int y = HIWORD(clientPoint);
     const int width = ClientSize().cx;
@@ -142,8 +142,8 @@ LRESULT FramedWindow::OnPaint() {
     return 0;
 }
 
-// Labels stand on the body, not on the dialog grey that the system would give them. A read-only edit box asks
-// with the same message and keeps the grey, which tells it from the boxes that can be filled in.
+// Labels have the body's colour, not the system's dialog grey. A read-only edit box sends the same message
+// and keeps the grey, which distinguishes it from the boxes that can be filled in.
 LRESULT FramedWindow::OnColourLabel(HDC dc, HWND control) {
     if (SendMessageW(control, WM_GETDLGCODE, 0, 0) != DLGC_STATIC) {
         return DefWindowProcW(handle_, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc),
@@ -177,8 +177,8 @@ void FramedWindow::OnSize(WPARAM kind) {
     const SIZE client = ClientSize();
     Layout(client.cx, client.cy);
     status_.OnMoved();
-    // With the children: one that was moved brings its old pixels along, and with them what a sibling that was
-    // moved before it has drawn there.
+    // With the children: moving one copies its old pixels, and these may show a sibling that was moved before
+    // it.
     RedrawWindow(handle_, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN);
 }
 

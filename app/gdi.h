@@ -15,7 +15,7 @@ using Font = Owner<GdiTrait<HFONT>>;
 using Pen = Owner<GdiTrait<HPEN>>;
 using Brush = Owner<GdiTrait<HBRUSH>>;
 
-/// Selects an object into a device context and puts the one before it back at the end of its scope.
+/// Selects an object into a device context and restores the previous one at the end of its scope.
 class Selected {
 public:
     Selected(HDC dc, HGDIOBJ object) noexcept : dc_(dc), previous_(SelectObject(dc, object)) {}

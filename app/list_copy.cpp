@@ -34,7 +34,7 @@ std::wstring RowText(HWND list, int row) {
     return text;
 }
 
-// Programs that watch the clipboard hold it for a moment after every change.
+// Programs that watch the clipboard open it briefly after every change, hence several attempts.
 bool OpenForOwner(HWND owner) noexcept {
     constexpr int kAttempts = 10;
     constexpr DWORD kPauseMilliseconds = 10;
@@ -54,7 +54,7 @@ void PutOnClipboard(HWND owner, const std::wstring& text) {
     GlobalUnlock(memory.Get());
     if (!OpenForOwner(owner)) return;
     EmptyClipboard();
-    // What the clipboard has taken belongs to it.
+    // On success the memory belongs to the clipboard.
     if (SetClipboardData(CF_UNICODETEXT, memory.Get())) memory.Release();
     CloseClipboard();
 }

@@ -11,7 +11,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int showCommand) {
     const std::shared_ptr<QueryWindow> window = QueryWindow::Open(instance, showCommand);
     if (!window) return 0;
     MSG message;
-    // Only zero ends the loop: an error (-1) of one call is no reason to leave the operator without a window.
+    // Only zero ends the loop: an error (-1) of one call must not close the program.
     while (GetMessageW(&message, nullptr, 0, 0) != 0) {
         TranslateMessage(&message);
         DispatchMessageW(&message);

@@ -54,7 +54,7 @@ void StatusLine::UpdateTip(const std::wstring& text) {
     if (!tip_ && !needed) return;
     TTTOOLINFOW tool = {};
     tool.cbSize = sizeof tool;
-    // The label lets the mouse through to its window, so the tool is a part of the window.
+    // A label passes mouse messages on to its window, so the tooltip belongs to a rectangle of the window.
     tool.uFlags = TTF_SUBCLASS;
     tool.hwnd = window_;
     if (!tip_) {

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// A window's status line: a label whose height is given. A text that does not fit into it is also shown
-/// whole in a tooltip over it: a diagnostic of several records is longer than any window is wide.
+/// A window's status line: a label of fixed height. A text that does not fit is also shown in full in a
+/// tooltip: a diagnostic of several records can be wider than the window.
 class StatusLine {
 public:
     /// Uses `label`, a child of `window`. Both outlive the object's use.
@@ -22,5 +22,5 @@ private:
 
     HWND window_ = nullptr;
     HWND label_ = nullptr;
-    HWND tip_ = nullptr;  // made with the first text that needs it; owned by the window
+    HWND tip_ = nullptr;  // created for the first text that needs it; owned by the window
 };

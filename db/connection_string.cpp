@@ -2,8 +2,8 @@
 
 namespace {
 
-// The driver manager reads the string up to its first U+0000. A value that holds one ends there by itself, or it
-// would take everything behind it along: its own closing brace, the keywords that follow, the time-out.
+// The driver manager reads the string up to its first U+0000. A value is cut there, so that its closing brace
+// and the keywords after it, the time-out among them, are not lost.
 void AppendQuoted(std::wstring& text, std::wstring_view value) {
     text += L'{';
     for (const wchar_t unit : value.substr(0, value.find(L'\0'))) {
@@ -26,8 +26,8 @@ std::wstring BuildConnectionString(std::wstring_view driver, const DbConnectionS
                                    int timeoutSeconds) {
     std::wstring server = settings.server;
     if (settings.port > 0) server += L"," + std::to_wstring(settings.port);
-    // Room for every value with every unit doubled: a text that grew on the way would leave a copy of the
-    // password behind in freed memory.
+    // Room for every value with every unit doubled: a reallocation would leave a copy of the password in
+    // freed memory.
     constexpr size_t kFixedUnits = 160;
     std::wstring text;
     text.reserve(kFixedUnits + 2 * (driver.size() + server.size() + settings.database.size() +
@@ -39,5 +39,5 @@ std::wstring BuildConnectionString(std::wstring_view driver, const DbConnectionS
     AppendQuoted(text.append(L";PWD="), settings.password);
     text.append(L";Encrypt=no;TrustServerCertificate=yes;Connection Timeout=");
     text.append(std::to_wstring(timeoutSeconds)).append(L";");
-    return text;  // the object itself: what append() gives would be copied
+    return text;  // not append()'s result: that reference would be copied
 }

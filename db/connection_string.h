@@ -15,7 +15,7 @@ inline constexpr std::array<std::wstring_view, 4> kDefaultDrivers = {
 /// The values of one connection string.
 struct DbConnectionSettings {
     std::wstring server;
-    int port = 0;  // 0 or less: the connection string carries no port
+    int port = 0;  // 0 or less: the connection string names no port
     std::wstring user;
     std::wstring password;
     std::wstring database;
@@ -26,7 +26,7 @@ struct DbConnectionSettings {
 /// value or begin another keyword. A value ends before its first U+0000.
 std::wstring QuoteOdbcValue(std::wstring_view value);
 
-/// Composes a connection string for one driver. `settings.driver` is not looked at.
+/// Composes a connection string for one driver. `settings.driver` is not used.
 /// @param timeoutSeconds  how long the driver may try to connect, in seconds.
 std::wstring BuildConnectionString(std::wstring_view driver, const DbConnectionSettings& settings,
                                    int timeoutSeconds);

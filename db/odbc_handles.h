@@ -21,17 +21,17 @@ using OdbcEnvironment = Owner<OdbcHandleTrait<SQL_HANDLE_ENV>>;
 using OdbcConnection = Owner<OdbcHandleTrait<SQL_HANDLE_DBC>>;
 using OdbcStatement = Owner<OdbcHandleTrait<SQL_HANDLE_STMT>>;
 
-/// The one meaning of success: SQL_NO_DATA, too, is a failure where a statement is executed.
+/// The test for success of every call: where a statement is executed, SQL_NO_DATA is a failure.
 inline bool OdbcSucceeded(SQLRETURN result) noexcept {
     return result == SQL_SUCCESS || result == SQL_SUCCESS_WITH_INFO;
 }
 
-/// A text for a call of the API, which takes texts without const but does not write to them.
+/// A string argument for ODBC calls, which take non-const pointers but do not write through them.
 inline SQLWCHAR* OdbcText(const wchar_t* text) noexcept {
     return const_cast<SQLWCHAR*>(text);
 }
 
-/// A new statement on a connection; holds nothing when the driver gives none.
+/// A new statement handle on a connection; empty when the driver cannot allocate one.
 inline OdbcStatement AllocateStatement(SQLHDBC connection) noexcept {
     SQLHANDLE statement = SQL_NULL_HANDLE;
     if (!OdbcSucceeded(SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement))) return OdbcStatement();
@@ -39,10 +39,10 @@ inline OdbcStatement AllocateStatement(SQLHDBC connection) noexcept {
 }
 
 /// The diagnostic records of the last call on a handle as one line: "STATE: message", up to six of them
-/// joined by " | "; "ODBC 未返回详细错误" when there is none. Ask before anything else is called on the
+/// joined by " | "; "ODBC 未返回详细错误" when there is none. To be called before any other call on the
 /// handle.
 std::wstring OdbcDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
 
-/// Runs an ODBC call's result through the one rule of success.
+/// Checks the result of an ODBC call on a statement.
 /// @throws RuntimeError with the statement's diagnostic text.
 void RequireSuccess(SQLRETURN result, SQLHSTMT statement);

@@ -7,7 +7,7 @@ namespace {
 constexpr int kAccountTimeoutSeconds = 5;
 constexpr int kRepairTimeoutSeconds = 10;
 
-// Blanks a text that holds a password; a plain assignment could be optimised away.
+// Overwrites a string that holds a password; a plain assignment could be optimised away.
 void Forget(wchar_t* text, size_t units) noexcept {
     SecureZeroMemory(text, units * sizeof(wchar_t));
 }
@@ -27,7 +27,7 @@ void OdbcSession::Allocate(const char* environmentFailed, const char* connection
         throw RuntimeError(environmentFailed);
     }
     environment_.Reset(handle);
-    // An integer in the place of a pointer is how ODBC passes such attributes.
+    // ODBC passes integer attributes in the pointer argument.
     SQLSetEnvAttr(handle, SQL_ATTR_ODBC_VERSION,
                   reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(SQL_OV_ODBC3)), 0);
     if (!OdbcSucceeded(SQLAllocHandle(SQL_HANDLE_DBC, environment_.Get(), &handle))) {

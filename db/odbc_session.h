@@ -3,8 +3,8 @@
 #include "db/connection_string.h"
 #include "db/odbc_handles.h"
 
-/// Owns one ODBC environment and one connection. Closed holds neither handle; open holds both, connected.
-/// Statements belong to the operations that make them and end before those return.
+/// Owns one ODBC environment and one connection: both handles when open, neither when closed. Statement
+/// handles belong to the functions that allocate them and are freed before those return.
 class OdbcSession {
 public:
     OdbcSession() = default;
@@ -18,8 +18,8 @@ public:
     ///         the last driver's name, "：" and its diagnostic text. The session is closed then.
     void Connect(const DbConnectionSettings& settings);
 
-    /// Connects for the account query: closes what is open, then tries `settings.driver` (trimmed, when there
-    /// is one) and after it all the default drivers, 5 seconds each. A named default driver is so tried
+    /// Connects for the account query: closes what is open, then tries `settings.driver` (trimmed, unless it
+    /// is empty) and after it all default drivers, 5 seconds each. A default driver named there is tried
     /// twice.
     /// @throws RuntimeError "ODBC environment failed", "ODBC connection failed", or the last driver's name,
     ///         " 连接失败：" and its diagnostic text. The session is closed then.

@@ -57,7 +57,7 @@ private:
         SQLWCHAR text[kUnits];
         SQLLEN indicator;
     };
-    // In place: a block of its own for every statement would leave holes between what the lists keep.
+    // Not on the heap: a block for every statement would fragment the memory between the rows that are kept.
     std::array<Column, kMost> columns_;
     size_t count_;
 };

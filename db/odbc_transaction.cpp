@@ -5,12 +5,12 @@
 namespace {
 
 SQLRETURN SetAutomaticCommit(SQLHDBC connection, SQLULEN mode) noexcept {
-    // An integer in the place of a pointer is how ODBC passes such attributes.
+    // ODBC passes integer attributes in the pointer argument.
     return SQLSetConnectAttrW(connection, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(mode),
                               SQL_IS_UINTEGER);
 }
 
-// The server's own statement, for a driver that has failed to end the transaction by itself.
+// For a driver whose SQLEndTran has failed: the rollback as a statement that the server executes.
 bool RollBackByStatement(SQLHDBC connection) noexcept {
     const OdbcStatement statement = AllocateStatement(connection);
     constexpr wchar_t kSql[] = L"IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION";

@@ -9,14 +9,14 @@ namespace {
 enum class IdentifierFault { None, Empty, EmptyPart, BadCharacter };
 
 bool IsIdentifierUnit(wchar_t unit) noexcept {
-    // Nearly all units of nearly all names, without asking the run-time library about each.
+    // ASCII letters first: names consist mostly of them, and iswalnum is a call into the run-time library.
     if ((unit >= L'a' && unit <= L'z') || (unit >= L'A' && unit <= L'Z')) return true;
     constexpr wchar_t kFirstIdeograph = 0x4E00;
     constexpr wchar_t kLastIdeograph = 0x9FFF;
     return unit == L'_' || (unit >= kFirstIdeograph && unit <= kLastIdeograph) || std::iswalnum(unit);
 }
 
-// The rule itself, with the first fault from the left; what it appends is complete only when there is none.
+// Appends the quoted name and returns the first fault from the left; after a fault the text is incomplete.
 IdentifierFault AppendQuoted(std::wstring& sql, std::wstring_view name) {
     name = TrimView(name);
     if (name.empty()) return IdentifierFault::Empty;

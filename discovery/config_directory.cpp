@@ -15,7 +15,7 @@ std::vector<std::wstring> ConfigDirectoryCandidates(std::wstring_view imagePath)
         if (std::none_of(candidates.begin(), candidates.end(), same)) candidates.emplace_back(directory);
     };
     const std::wstring_view imageDirectory = ParentPath(imagePath);
-    // A server installed in Mir200 keeps its configuration one level up, beside its sister programs.
+    // A server installed in Mir200 keeps its configuration one level up, beside the other server programs.
     if (EqualsNoCase(LastComponent(imageDirectory), L"Mir200")) add(ParentPath(imageDirectory));
     std::wstring_view directory = imageDirectory;
     for (int level = 0; level < kMostLevels; ++level) {

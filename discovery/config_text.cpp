@@ -4,7 +4,7 @@
 
 namespace {
 
-// The C locale's isspace and isdigit, for bytes of any sign.
+// isspace and isdigit of the C locale, defined for negative values of char as well.
 bool IsSpaceByte(char byte) noexcept {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
@@ -23,7 +23,7 @@ std::string_view JsonValue(std::string_view text, std::string_view key) {
     return text.substr(start);
 }
 
-// `open` is the position of a quotation mark; gives the position of the one that closes it, or npos.
+// `open` is the position of a quotation mark; returns the position of the closing one, or npos.
 size_t ClosingQuote(std::string_view text, size_t open) noexcept {
     for (size_t i = open + 1; i < text.size(); ++i) {
         if (text[i] == '\\') {
@@ -144,7 +144,7 @@ std::int32_t JsonInt(std::string_view text, std::string_view key, std::int32_t d
     const bool negative = value.starts_with('-');
     if (negative) value.remove_prefix(1);
     if (value.empty() || !IsDigitByte(value.front())) return defaultValue;
-    std::uint32_t number = 0;  // unsigned, so that an absurdly long number wraps instead of being undefined
+    std::uint32_t number = 0;  // unsigned: overflow wraps around instead of being undefined
     for (const char digit : value) {
         if (!IsDigitByte(digit)) break;
         number = number * 10 + static_cast<std::uint32_t>(digit - '0');
@@ -163,8 +163,7 @@ std::wstring UnescapeJsonString(std::string_view raw) {
         if (escape != 'u') {
             text += SimpleEscape(escape);
         } else if (const std::optional<wchar_t> unit = HexUnit(raw, i)) {
-            // Both halves of a surrogate pair are plain units of UTF-16: two escapes in a row combine by
-            // themselves.
+            // A surrogate pair is two escapes in a row, each one UTF-16 unit: they need no special case.
             text += *unit;
             i += 4;
         }

@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-// The rules by which the game server's own configuration files are understood. Values in, values out; nothing
-// here throws for malformed input.
+// How the game server's configuration files are decoded and read. Pure functions; none throws for malformed
+// input.
 
-/// Decodes a text file: UTF-8 when its bytes are valid UTF-8 (a leading EF BB BF is dropped and settles it),
-/// the system's ANSI code page otherwise.
+/// Decodes a text file: UTF-8 when its bytes are valid UTF-8 or begin with EF BB BF (which is dropped), the
+/// system's ANSI code page otherwise.
 std::wstring DecodeText(std::string_view bytes);
 
 using IniSection = std::map<std::wstring, std::wstring, std::less<>>;
@@ -28,18 +28,19 @@ std::wstring IniValue(const IniText& ini, std::wstring_view section, std::wstrin
 /// game server's own reader does not track it either.
 std::optional<size_t> FindJsonKey(std::string_view text, std::string_view key);
 
-/// The object behind a key, both braces included; a view into `text`. Empty when the key is missing, its
-/// value is no object, or the object never closes.
+/// The object that is a key's value, both braces included; a view into `text`. Empty when the key is missing,
+/// its value is no object, or the object has no end.
 std::string_view JsonObject(std::string_view text, std::string_view key);
 
-/// The string behind a key, unescaped. Empty when the key is missing, its value is no string, or the string
-/// never closes.
+/// The string that is a key's value, unescaped. Empty when the key is missing, its value is no string, or the
+/// string has no end.
 std::wstring JsonString(std::string_view text, std::string_view key);
 
-/// The integer behind a key: an optional "-" and decimal digits up to the first other byte. `defaultValue`
-/// when the key is missing or no digit stands there (a quoted number has none). Overflow wraps around.
+/// The integer that is a key's value: an optional "-" and decimal digits up to the first other byte.
+/// `defaultValue` when the key is missing or its value does not begin so (a quoted number does not). Overflow
+/// wraps around.
 std::int32_t JsonInt(std::string_view text, std::string_view key, std::int32_t defaultValue);
 
 /// Resolves the escapes of a JSON string's raw bytes; the bytes between escapes are UTF-8. A malformed \u is
-/// dropped and what follows it is ordinary text; an unknown escape stands for its own byte.
+/// dropped and what follows it is ordinary text; an unknown escape gives its own byte.
 std::wstring UnescapeJsonString(std::string_view raw);

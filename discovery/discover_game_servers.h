@@ -7,7 +7,6 @@
 
 /// Lists the running game zones: one per installation, in the order of the processes.
 /// @param processName  image name of a game server, for instance "M2Server.exe".
-/// @param problems     receives what went wrong with single processes, joined by "；"; empty when nothing
-/// did.
-///                     A process with a problem is not listed; it never stops the others.
+/// @param problems     receives the problems of single processes, joined by "；"; empty when there is none. A
+///                     process with a problem is left out of the list; the others are not affected.
 std::vector<GameServerInfo> DiscoverGameServers(const std::wstring& processName, std::wstring& problems);

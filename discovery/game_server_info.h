@@ -7,13 +7,13 @@
 struct ServerProcessEntry {
     std::uint32_t processId = 0;
     std::wstring exeName;    // file name only
-    std::wstring imagePath;  // full Win32 path; empty when the process does not let itself be asked
+    std::wstring imagePath;  // full Win32 path; empty when the process cannot be queried
 };
 
 /// One running game zone: where it runs from and how to reach its database.
 struct GameServerInfo {
     std::wstring serverName;
-    std::wstring configDirectory;  // as walked, letter case kept
+    std::wstring configDirectory;  // a prefix of imagePath, letter case kept
     std::wstring imagePath;
     std::uint32_t processId = 0;
     std::wstring dbHost = L"127.0.0.1";
@@ -21,6 +21,6 @@ struct GameServerInfo {
     std::wstring dbName;
     std::wstring dbUser;
     std::wstring dbPassword;  // in memory only
-    std::wstring serverId;    // decimal text, or whatever the INI file holds
+    std::wstring serverId;    // decimal text, or the INI file's value unchanged
     std::wstring gameDirectory;
 };

@@ -4,8 +4,8 @@
 
 #include "text/owner.h"
 
-/// The kernel objects whose functions answer INVALID_HANDLE_VALUE for "none": files and snapshots. (Processes
-/// answer null.)
+/// Kernel objects whose functions return INVALID_HANDLE_VALUE on failure: files and snapshots. (OpenProcess
+/// returns null.)
 struct KernelHandleTrait {
     using Handle = HANDLE;
     static inline const Handle kNone = INVALID_HANDLE_VALUE;

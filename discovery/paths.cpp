@@ -8,7 +8,7 @@ bool IsSeparator(wchar_t unit) noexcept {
     return kSeparators.find(unit) != std::wstring_view::npos;
 }
 
-// "C:" or "\\server": what can never be walked above.
+// The length of "C:" or "\\server", which has no parent.
 size_t RootNameLength(std::wstring_view path) noexcept {
     if (path.size() >= 2 && path[1] == L':') return 2;
     if (path.size() >= 3 && IsSeparator(path[0]) && IsSeparator(path[1]) && !IsSeparator(path[2])) {

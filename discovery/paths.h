@@ -3,13 +3,13 @@
 #include <string>
 #include <string_view>
 
-// Paths as texts: nothing here looks at the disk. Both "\" and "/" separate components.
+// Operations on path strings; none accesses the disk. Both "\" and "/" separate components.
 
 /// The path without its last component and without the separators before that; the root ("C:\", "\\server\")
 /// is its own parent. A relative path of one component has the empty parent.
 std::wstring_view ParentPath(std::wstring_view path) noexcept;
 
-/// What stands behind the last separator; empty for a root that ends in one.
+/// The part after the last separator; empty for a root that ends in one.
 std::wstring_view LastComponent(std::wstring_view path) noexcept;
 
 /// The path without the separators at its end ("C:\" becomes "C:").

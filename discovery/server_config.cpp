@@ -11,7 +11,7 @@ GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::ws
     const std::string_view database = JsonObject(json, "DBInfo");
     const std::string_view server = JsonObject(json, "ServerInfo");
     const std::string iniBytes = ReadWholeFile(JoinPath(directory, L"Config.ini"));
-    // Decoded and parsed only when the JSON file leaves something out, which is seldom.
+    // Decoded and parsed only when the JSON file lacks a value, which is rare.
     std::optional<IniText> ini;
     const auto iniValue = [&](std::wstring_view key) {
         if (!ini) ini = ParseIni(DecodeText(iniBytes));

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// What the query window hands to the ID repair window to start with.
+/// The initial values of the repair window's form, from the query window.
 struct RepairWindowParams {
     std::wstring server;
     int port = 1433;
@@ -14,5 +14,5 @@ struct RepairWindowParams {
 };
 
 /// Opens the role / guild ID repair window, owned by `queryWindow` and filled in from `params`. When it is
-/// open already it only comes to the front and keeps what the operator has typed.
+/// open already it is only brought to the front, its form unchanged.
 void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params);

@@ -23,7 +23,7 @@ std::vector<RelatedField> CountHits(SQLHDBC connection, IdKind kind, const std::
         field.hits = QueryInt64(connection, CountHitsSql(NameOf(database, field), id));
     }
     std::erase_if(fields, [](const RelatedField& field) { return field.hits <= 0; });
-    fields.shrink_to_fit();  // a plan keeps the hits of every ID
+    fields.shrink_to_fit();  // a plan keeps one list for every ID: no spare capacity
     return fields;
 }
 

@@ -13,7 +13,7 @@ struct RepairConnectionForm {
     std::wstring databaseB;
 };
 
-/// The form's boxes as they were typed.
+/// The texts of the form's edit boxes, unchecked.
 struct RepairFormTexts {
     std::wstring server;
     std::wstring port;
@@ -24,13 +24,12 @@ struct RepairFormTexts {
 };
 
 /// Trims and checks the form: first the port (a decimal 32-bit number; what follows its digits is ignored,
-/// its range is not checked), then that nothing is empty, then that the databases differ (letter case
-/// counts).
+/// its range is not checked), then that nothing is empty, then that the databases differ (case-sensitive).
 /// @throws RuntimeError "端口必须是数字", "服务器、端口、用户、密码和两个数据库都必须填写" or
 /// "两个数据库不能相同".
 RepairConnectionForm CheckRepairForm(const RepairFormTexts& texts);
 
-/// Of the two databases, the one that is written and the one that is only compared with.
+/// Which of the two databases is written and which is only compared with.
 struct RepairDirection {
     std::wstring target;
     std::wstring other;

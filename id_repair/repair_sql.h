@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// The reading statements of the ID repair as texts. Database, schema, table and column names come unquoted
-// and are quoted here, IDs become N'..' literals; the writing statement stands in the repairs themselves.
+// The reading statements of the ID repair; the UPDATE is in role_repair.cpp. Database, schema, table and
+// column names are passed unquoted and quoted here, IDs become N'..' literals.
 // @throws RuntimeError as QuoteSqlIdentifier, every function that takes a name.
 
 /// The two kinds of ID, each with its main table in schema dbo.
@@ -36,8 +36,8 @@ struct ColumnName {
     std::wstring_view column;
 };
 
-/// Pieces of a statement about a column: its table by three parts, and the condition that it holds an ID,
-/// whatever its character type.
+/// Pieces of a statement about a column: its table's three-part name, and the condition that the column, of
+/// any character type, holds an ID.
 struct SqlTableOf {
     const ColumnName& column;
 };

@@ -136,8 +136,8 @@ RepairDirection RepairWindow::ReadDirection(const RepairConnectionForm& form) co
 
 int RepairWindow::SelectedDuplicateIndex() const {
     const int index = ListView_GetNextItem(Control(kRoleList), -1, LVNI_SELECTED);
-    // The list can show more rows than are held: a detection that failed half-way has replaced only the held
-    // ones.
+    // The list can show more rows than duplicateRoles_ has: a detection that failed after the roles has not
+    // refilled the list.
     return index >= 0 && static_cast<size_t>(index) < duplicateRoles_.size() ? index : -1;
 }
 

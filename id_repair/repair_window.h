@@ -13,11 +13,11 @@
 #include "id_repair/repair_form.h"
 
 /// The role / guild ID repair window. Detection and analysis only read; the two repairs write to the chosen
-/// target database after a confirmation whose default answer is No. The window's own work (controls, form,
-/// lists) stands in repair_window.cpp, the four actions in repair_actions.cpp.
+/// target database after a confirmation whose default answer is No. Controls, form and lists are in
+/// repair_window.cpp, the four actions in repair_actions.cpp.
 class RepairWindow : public FramedWindow {
 public:
-    /// @param params  what the form starts with; given up once the boxes hold it.
+    /// @param params  the form's initial values; released once they are in the edit boxes.
     explicit RepairWindow(std::unique_ptr<RepairWindowParams> params) noexcept;
 
     /// Creates and shows the window.

@@ -3,8 +3,8 @@
 #include <utility>
 
 /// Owns one operating-system or driver handle and closes it at the end of its scope.
-/// A trait names the kind: `Handle` is its type, `kNone` the value that means "nothing held" (it differs from
-/// kind to kind), `Close` gives the handle back.
+/// The trait describes the kind of handle: `Handle` is its type, `kNone` the value that means "none" (null
+/// for some kinds, -1 for others), `Close` closes it.
 template <class Trait>
 class Owner {
 public:
@@ -21,7 +21,7 @@ public:
     Handle Get() const noexcept { return handle_; }
     explicit operator bool() const noexcept { return handle_ != Trait::kNone; }
 
-    /// Gives the handle away without closing it.
+    /// Returns the handle without closing it; the caller owns it then.
     Handle Release() noexcept { return std::exchange(handle_, Trait::kNone); }
 
     /// Closes what is held and holds `handle` instead.

@@ -19,13 +19,13 @@ std::wstring StrictUtf8ToWide(std::string_view utf8);
 /// Converts text in the system's ANSI code page (936 on Simplified Chinese Windows) to UTF-16.
 std::wstring AnsiToWide(std::string_view bytes);
 
-/// Converts UTF-16 to the system's ANSI code page; what the page does not have is replaced.
+/// Converts UTF-16 to the system's ANSI code page; characters that it lacks are replaced.
 std::string WideToAnsi(std::wstring_view wide);
 
 /// The text without white space (iswspace) at both ends; a view into the argument.
 std::wstring_view TrimView(std::wstring_view text) noexcept;
 
-/// The same as a text of its own.
+/// The same as a new string.
 std::wstring Trim(std::wstring_view text);
 
 /// Lower-cases unit by unit (towlower): names of processes, paths, tables and columns are compared this way.
@@ -34,8 +34,8 @@ std::wstring ToLower(std::wstring_view text);
 /// True when both texts have the same length and the same lower-cased units.
 bool EqualsNoCase(std::wstring_view left, std::wstring_view right) noexcept;
 
-/// The one error type of the program. Its text is UTF-8, complete as it stands, and is shown to the operator
-/// behind the prefix of the action that failed.
+/// The program's only error type. Its text is UTF-8 and is shown to the operator unchanged, after the prefix
+/// of the action that failed.
 class RuntimeError : public std::runtime_error {
 public:
     explicit RuntimeError(const char* utf8) : std::runtime_error(utf8) {}
