@@ -1,7 +1,7 @@
--- Makes the four sample databases anew, empty.
+-- Drops the four sample databases and creates them again, empty.
 -- Plain T-SQL for SQL Server 2016 or later: sqlcmd -f 65001 -i FILE, or load_sql.
 
--- Back online first: the files of an offline database stay behind when it is dropped.
+-- Online first: dropping an offline database does not delete its files.
 IF DB_ID(N'GameArchive') IS NOT NULL
     ALTER DATABASE GameArchive SET ONLINE;
 GO

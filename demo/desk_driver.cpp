@@ -41,7 +41,7 @@ std::string Describe(HWND window) {
 void WaitUntil(const std::string& what, const std::function<bool()>& question, Milliseconds timeout) {
     const auto end = std::chrono::steady_clock::now() + timeout;
     while (!question()) {
-        if (std::chrono::steady_clock::now() >= end) throw DeskError("waited in vain: " + what);
+        if (std::chrono::steady_clock::now() >= end) throw DeskError("timed out waiting for " + what);
         std::this_thread::sleep_for(kPollInterval);
     }
 }

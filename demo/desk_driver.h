@@ -1,14 +1,14 @@
 #pragma once
 
-/// Drives another process's windows the way a person would, by window class and control ID.
+/// Drives another process's windows as a user would, by window class and control ID.
 ///
 /// Everything goes through messages and input events that Windows carries between processes, so the driven
 /// program needs no test hook. Both processes must have the same bitness (list rows are read from the other
 /// process's memory). All texts are UTF-16; DeskError carries UTF-8. Coordinates are physical pixels.
 ///
 /// Unless an operation says otherwise it waits for the other thread's answer, up to kAnswerTimeout, and
-/// throws DeskError when the answer stays away, when the window is gone, or when a person could not do it
-/// either (pressing a disabled button).
+/// throws DeskError when no answer comes, when the window is gone, or when a user could not do it either
+/// (pressing a disabled button).
 
 #include <windows.h>
 
@@ -32,13 +32,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Repeats a question until its answer is true. @throws DeskError naming `what` after the time-out.
+/// Calls `question` until it returns true. @throws DeskError naming `what` after the time-out.
 void WaitUntil(const std::string& what, const std::function<bool()>& question,
                Milliseconds timeout = kWindowTimeout);
 
 // ---- A started program ------------------------------------------------------------------------------------
 
-/// A program started by us; ended, if it still runs, with its owner.
+/// A started program; the destructor ends it if it still runs.
 class Program {
 public:
     /// @param directory    current directory of the new process; empty means our own
@@ -99,7 +99,7 @@ void PressWithoutWaiting(HWND button);
 std::vector<std::wstring> ComboItems(HWND combo);
 /// Index of the chosen item, or -1.
 int ComboSelection(HWND combo);
-/// Chooses an item and tells the parent, as the drop-down list does.
+/// Chooses an item and notifies the parent, as the drop-down list does.
 void ChooseComboItem(HWND combo, int index);
 
 // ---- List views -------------------------------------------------------------------------------------------
@@ -151,10 +151,10 @@ bool AnswerByCloseBox(const MessageBoxView& box, Milliseconds timeout = Millisec
 
 /// Brings a window to the front, so that input events reach it.
 void BringToFront(HWND window);
-/// What the window says lies under a point of its client area (HTCAPTION, HTCLIENT, ...).
+/// The window's answer to WM_NCHITTEST for a point of its client area (HTCAPTION, HTCLIENT, ...).
 LRESULT HitTest(HWND window, int x, int y);
 /// Real mouse events at a point of the window's client area; the window is brought to the front first.
-/// They return once the events are handed to the system, not once they are acted upon: use WaitUntil.
+/// They return when the system has the events, which may be before the window acts on them: use WaitUntil.
 void Click(HWND window, int x, int y);
 void DoubleClick(HWND window, int x, int y);
 void PressMouse(HWND window, int x, int y);

@@ -21,8 +21,8 @@ BOOL CALLBACK OnChild(HWND window, LPARAM parameter) noexcept {
     return TRUE;
 }
 
-/// Reads the parts of a box. The text is told from the icon by its style: its control ID is the system's
-/// affair.
+/// Reads the parts of a box. The text is distinguished from the icon by its style: the control IDs are not
+/// documented.
 MessageBoxView ReadMessageBox(HWND window) {
     MessageBoxView box;
     box.window = window;

@@ -77,7 +77,7 @@ void DoubleClick(HWND window, int x, int y) {
 void Drag(HWND window, POINT from, POINT to) {
     constexpr int kSteps = 5;
     PressMouse(window, from.x, from.y);
-    // The window may follow the pointer: the way is told in screen points that stay where they are.
+    // The window may move with the pointer: the path is in screen coordinates, taken before it moves.
     POINT origin{0, 0};
     ClientToScreen(window, &origin);
     for (int step = 1; step <= kSteps; ++step) {

@@ -76,7 +76,7 @@ std::wstring CellText(HWND list, RemoteItem& remote, int row, int column) {
     item.pszText = remote.TextAddress();
     item.cchTextMax = static_cast<int>(kCellCapacity);
     remote.Write(item);
-    // The control may leave the buffer alone and point to a text of its own only for callback items.
+    // Only for callback items may the control return a pointer of its own instead of filling the buffer.
     const LRESULT length = Send(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), remote.Address());
     return length > 0 ? remote.Text() : std::wstring{};
 }

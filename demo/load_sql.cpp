@@ -1,5 +1,5 @@
-// load_sql "CONNECTION STRING" FILE.sql...: runs T-SQL scripts batch by batch, as sqlcmd does, wherever only
-// an ODBC driver is at hand. Scripts are UTF-8; a line that holds only GO ends a batch. Ends with 1 at the
+// load_sql "CONNECTION STRING" FILE.sql...: runs T-SQL scripts batch by batch, as sqlcmd does, where only an
+// ODBC driver is available. Scripts are UTF-8; a line that holds only GO ends a batch. Ends with 1 at the
 // first error.
 
 #include <windows.h>

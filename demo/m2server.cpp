@@ -1,4 +1,4 @@
-// Stands in for a running game server: a process of the right name that stays until it is ended.
+// Stands in for a running game server: a process of the right name that runs until it is ended.
 
 #include <windows.h>
 

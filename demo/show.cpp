@@ -1,4 +1,4 @@
-// demo_show PROGRAM.exe: works the program's windows the way a person would and tells what they show.
+// demo_show PROGRAM.exe: drives the program's windows as a user would and prints what they show.
 //
 // After each state it prints a line "picture: NAME LEFT TOP WIDTH HEIGHT" (screen pixels) and waits for a
 // line on standard input, so that whoever started it can save the picture. Output is UTF-8.
@@ -99,8 +99,8 @@ HWND ShowQuery(const desk::Program& program) {
     return window;
 }
 
-/// Presses a button that asks for confirmation, shows the question, and says Yes to it and OK to what
-/// follows.
+/// Presses a button that asks for confirmation, prints the question, and answers it with Yes and the notice
+/// after it with OK.
 void RepairWithConfirmation(HWND window, int button, const char* picture) {
     desk::PressWithoutWaiting(desk::Child(window, button));
     const desk::MessageBoxView question = desk::WaitForMessageBox(window);
@@ -131,7 +131,7 @@ void ShowRepair(const desk::Program& program, HWND queryWindow) {
     PrintList(L"重复行会", guilds);
     Picture("3-duplicates", window);
 
-    // The second zone's database is the one that gives way.
+    // The second zone's database is the one to be repaired.
     desk::ChooseComboItem(desk::Child(window, kTargetCombo), 1);
     desk::SelectListRow(roles, 0);
     Print(L"状态：" + desk::Text(status));
@@ -158,7 +158,7 @@ void ShowRepair(const desk::Program& program, HWND queryWindow) {
 
 int wmain(int argumentCount, wchar_t** arguments) {
     SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);  // lines end as the reader of a pipe expects
+    _setmode(_fileno(stdout), _O_BINARY);  // LF line ends, for the script that reads the output
     if (argumentCount != 2) {
         std::cerr << "demo_show PROGRAM.exe" << std::endl;
         return 2;

@@ -1,4 +1,4 @@
--- Rows of GameZone1, zone one (青龙一区): library A of the merge.
+-- Rows of GameZone1, zone one (青龙一区): database A of the merge.
 -- Run it in that database: sqlcmd -f 65001 -d NAME -i FILE, or load_sql.
 
 INSERT INTO dbo.TBL_ACCOUNT (FLD_ACCOUNT, FLD_PASSWORD, FLD_EMAIL, FLD_PHONE) VALUES
