@@ -27,7 +27,7 @@ measure() {
     return 1
 }
 
-# One file, no library of the compiler's beside it: whatever it imports is part of Windows.
+# The program is one file: every DLL that it imports must be part of Windows.
 measure_file() {
     local program="$programs/MergeAccountQuery.exe" size imports foreign
     size=$(stat --format=%s "$program")
@@ -54,7 +54,7 @@ measure_all() {
     return "$result"
 }
 
-unset MERGE_TEST_SQL_SERVER # the numbers are about the program, not about somebody's server
+unset MERGE_TEST_SQL_SERVER # always the stand-in, so that the numbers can be compared
 install_packages
 [[ -n ${BENCH_PROGRAMS:-} ]] || build_benchmarks
 build_standin

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the tool and shows it at work: two game zones that run on this machine, their databases in the embedded
+# Builds the tool and demonstrates it: two game zones that run on this machine, their databases in the embedded
 # stand-in for SQL Server. With a display the program stays open until you close it. Without one a second program
 # drives its windows, prints what they show, and pictures are saved in build/demo/.
 set -euo pipefail
@@ -37,7 +37,7 @@ lay_out_demo() {
 run_sql() {
     local database=$1
     shift
-    # In an ODBC value a closing brace counts only when it is doubled.
+    # In an ODBC value in braces a closing brace is doubled.
     local login="UID={$user};PWD={${password//\}/\}\}}}"
     "$wine" "$programs/demo/load_sql.exe" \
         "DRIVER={SQL Server};SERVER={$server};DATABASE={$database};$login;Encrypt=no;" "${@/#/$root/demo/}"
@@ -68,19 +68,19 @@ start_zones() {
     done
 }
 
-# A person's turn: the program stays open until it is closed.
+# For a user at the display: the program stays open until it is closed.
 leave_open() {
     say "the program is open; to try: keyword dragon, second database GameZone2"
     "$wine" "$demo_dir/MergeAccountQuery.exe" &
     wait $!
 }
 
-# drive_windows: passes on what demo_show tells, and takes a picture whenever it asks for one.
+# drive_windows: prints the output of demo_show and takes a picture whenever it asks for one.
 drive_windows() {
-    say "the program at work"
+    say "the program, driven by demo_show"
     local line name left top width height
     coproc show { exec "$wine" "$programs/demo/demo_show.exe" "Z:${demo_dir//\//\\}\\MergeAccountQuery.exe" 2>&1; }
-    # Both are gone once the program has ended.
+    # Copied, because bash unsets both when the program ends.
     # shellcheck disable=SC2154 # set by coproc
     local from=${show[0]} to=${show[1]} pid=$show_PID
     while IFS= read -r line <&"$from"; do
@@ -100,7 +100,7 @@ drive_windows() {
 show_demo() {
     load_databases || return 1
     start_zones
-    if [[ $with_person == yes ]]; then
+    if [[ $has_user == yes ]]; then
         leave_open
     else
         drive_windows
@@ -111,7 +111,7 @@ unset MERGE_TEST_SQL_SERVER # the demo always has its own databases
 install_packages
 build_preset mingw-release
 build_standin
-if has_display; then with_person=yes; else with_person=no; unset DISPLAY; fi
+if has_display; then has_user=yes; else has_user=no; unset DISPLAY; fi
 trap close_wine EXIT
 open_wine demo "$demo_dir/servers"
 lay_out_demo

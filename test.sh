@@ -33,5 +33,5 @@ run_tool_tests() {
 
 install_packages
 trap close_wine EXIT
-unset DISPLAY # tests move the mouse: never on a person's screen
+unset DISPLAY # tests move the mouse: never on a user's display
 main

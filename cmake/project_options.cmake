@@ -1,5 +1,5 @@
 # Every target of ours links project_options: one place for warnings, definitions and run-time checks.
-# project_warnings is the same set for programs that only stand beside the product.
+# project_warnings is the part without run-time checks, for the programs of demo/.
 add_library(project_warnings INTERFACE)
 add_library(project_options INTERFACE)
 target_link_libraries(project_options INTERFACE project_warnings)

@@ -7,7 +7,7 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 build_dir="$root/build"
 log_dir="$build_dir/logs"
 
-# One line of progress for the reader.
+# One line of progress.
 say() {
     printf '== %s\n' "$*"
 }
@@ -24,7 +24,7 @@ quietly() {
     fi
 }
 
-# install_packages [PACKAGE...]: what everything needs, and these as well.
+# install_packages [PACKAGE...]: what every script needs, and the packages named.
 install_packages() {
     say "packages"
     quietly packages "$root/tools/packages.sh" "$@"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building, testing and showing the tool needs on Debian 12: the cross compiler, Wine,
 # a virtual display, the ODBC driver manager and the Chinese locale; and the packages named as arguments.
-# Touches nothing that is there already.
+# Leaves alone what is installed already.
 set -euo pipefail
 
 # Wine finds the X extension libraries at run time, so its own package only recommends them.
@@ -20,7 +20,7 @@ as_root() {
     elif command -v sudo >/dev/null; then
         sudo "$@"
     else
-        echo "packages are missing and neither root nor sudo is at hand: $*" >&2
+        echo "packages are missing and neither root nor sudo is available: $*" >&2
         return 1
     fi
 }

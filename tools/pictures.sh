@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the pictures of docs/ again from the program at work. Run it after a change that can be seen, look at the
+# Takes the pictures of docs/ again from the running program. Run it after a visible change, look at the
 # pictures, and commit them.
 set -euo pipefail
 
@@ -8,14 +8,14 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 pictures="$root/docs/pictures"
 
-# save_picture FROM TO: 256 colours are enough, and the one with the message box takes a third of the room. Dithering
-# would speckle the plain areas; the times would make every picture a new file.
+# save_picture FROM TO: 256 colours are enough and make the largest file a third as big. Dithering would speckle the
+# plain areas; time stamps would change every file.
 save_picture() {
     convert "$build_dir/demo/$1.png" -strip +dither -colors 256 -quality 90 -define png:exclude-chunks=date,time \
         "$pictures/$2.png"
 }
 
-env -u DISPLAY "$root/run.sh" # without a person, who would leave other windows on the screen
+env -u DISPLAY "$root/run.sh" # on a virtual display, without other windows
 mkdir -p "$pictures"
 save_picture 2-query query
 save_picture 3-duplicates repair

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes what is handed out: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
+# Builds the release: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
 # commit gives the same bytes on every Debian 12, so that anybody can check a release by making it again.
 set -euo pipefail
 
@@ -13,15 +13,15 @@ archive="MergeAccountQuery-$version-win64.zip"
 # The contents, in the order in which they are packed.
 files=(MergeAccountQuery.exe QuerySettings.ini manual.html CHANGELOG.md)
 
-# The number is also written where CMake does not reach.
+# The version is also written in files that CMake does not generate.
 check_version() {
     grep -q "\"ProductVersion\", \"$version\"" "$root/resources/app.rc" &&
         grep -q "^## \[$version\]" "$root/CHANGELOG.md" && return
-    echo "resources/app.rc and CHANGELOG.md do not both tell of version ${version:-in CMakeLists.txt}" >&2
+    echo "resources/app.rc and CHANGELOG.md do not both have version ${version:-in CMakeLists.txt}" >&2
     return 1
 }
 
-# Nothing may be dated when the release is made, nor depend on who makes it and where.
+# The archive must not depend on when, where and by whom it is built.
 fix_surroundings() {
     export TZ=UTC LC_ALL=C.UTF-8 SOURCE_DATE_EPOCH
     SOURCE_DATE_EPOCH=$(git -C "$root" log -1 --format=%ct)
@@ -34,14 +34,14 @@ fix_surroundings() {
 write_manual() {
     local title
     title=$(sed -n 's/^# //p' "$root/docs/manual.md" | head -n 1)
-    # From docs/, so that the pictures are found where the manual says they are. The language as a variable of the
-    # page alone: as metadata pandoc would look for its own words in Chinese, which it does not have.
+    # From docs/, because the manual's picture paths are relative. The language is a template variable: with metadata
+    # pandoc would look for a Chinese translation of its own terms, which it does not have, and warn.
     (cd "$root/docs" && quietly manual pandoc manual.md --from=gfm --to=html5 --standalone --self-contained \
         --css=manual.css --variable=lang:zh-CN --metadata=pagetitle:"$title" --fail-if-warnings \
         --output="$content/manual.html")
 }
 
-# Line ends for Notepad. The profile functions read Chinese in every Windows only from UTF-16.
+# CRLF for Notepad, and UTF-16 because only from it the profile functions read Chinese on every Windows.
 write_texts() {
     sed 's/$/\r/' "$root/CHANGELOG.md" >"$content/CHANGELOG.md"
     { printf '\xff\xfe'; sed 's/$/\r/' "$root/packaging/QuerySettings.ini" | iconv -f UTF-8 -t UTF-16LE; } \

@@ -55,7 +55,7 @@ write_driver_list() {
     : >"$folder/odbc.ini"
 }
 
-# The faces that the program and the system's message boxes ask for, shown with the Chinese face that is here.
+# The fonts that the program and the system's message boxes ask for, replaced by the installed Chinese font.
 write_font_replacements() {
     local face
     printf 'Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Wine\\Fonts\\Replacements]\n'
@@ -67,10 +67,10 @@ write_font_replacements() {
 
 create_prefix() {
     local sibling
-    rm -rf "$WINEPREFIX" # half of one, when an earlier run was interrupted here
+    rm -rf "$WINEPREFIX" # incomplete, when an earlier run was interrupted
     sibling=$(compgen -G "$build_dir/wine/*/prefix/.complete" | head -n 1) || true
     if [[ -n $sibling ]]; then
-        # Wine's own 700 MB are only read: two environments share them through hard links.
+        # Wine's 700 MB of system files are only read: two environments share them through hard links.
         sibling=$(dirname "$sibling")
         mkdir -p "$WINEPREFIX/drive_c"
         cp -al "$sibling/drive_c/windows" "$sibling/drive_c/Program Files"* "$WINEPREFIX/drive_c/"
@@ -116,8 +116,8 @@ open_wine() {
     [[ -e $WINEPREFIX/.complete ]] || create_prefix 9>&-
     # One server process for the whole run, so that each program starts at once.
     "$wine_server" -p 9>&-
-    # The first program of all starts Wine's services, and these keep its output open: nobody may wait for the
-    # end of that output, so the first program is one whose output nobody wants.
+    # The first program starts Wine's services, which inherit its output and keep it open: a reader would wait for
+    # ever, so the first program's output is discarded.
     "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$managed" /f >/dev/null 2>&1 </dev/null 9>&-
     export WINE_ENVIRONMENT_IS_OPEN=yes
 }
