@@ -24,5 +24,5 @@ enum QueryControl : int {
 
 inline constexpr int kQueryControlCount = 14;
 
-/// Where each control stands for a client area of `width` by `height` pixels.
+/// The place of each control in a client area of `width` by `height` pixels.
 std::array<ControlPlace, kQueryControlCount> QueryLayout(int width, int height) noexcept;

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Where one control stands, in client pixels of its window.
+/// The place of one control, in client pixels of its window.
 struct ControlPlace {
     int id;
     int x, y, width, height;

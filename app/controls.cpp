@@ -89,7 +89,7 @@ std::wstring ControlText(HWND control) {
 
 std::wstring ControlText(HWND control, size_t mostUnits) {
     std::wstring text(mostUnits, L'\0');
-    // The count includes the terminator, for which a string has room behind its end.
+    // The count includes the terminator, which has its place after the string's end.
     const int length = GetWindowTextW(control, text.data(), static_cast<int>(mostUnits) + 1);
     text.resize(static_cast<size_t>(length));
     return text;

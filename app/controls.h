@@ -36,7 +36,7 @@ void CreateControls(HWND parent, std::span<const ControlSpec> specs, std::span<c
 /// Moves every control to its place and repaints it.
 void PlaceControls(HWND parent, std::span<const ControlPlace> places);
 
-/// A control's text, whole, or at most its first `mostUnits` UTF-16 units.
+/// A control's text, complete or at most its first `mostUnits` UTF-16 units.
 std::wstring ControlText(HWND control);
 std::wstring ControlText(HWND control, size_t mostUnits);
 

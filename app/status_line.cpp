@@ -22,14 +22,14 @@ private:
 };
 
 bool Fits(HWND label, const std::wstring& text) {
-    RECT room;
-    GetClientRect(label, &room);
-    RECT needed = room;
+    RECT available;
+    GetClientRect(label, &available);
+    RECT needed = available;
     const bool wraps = (GetWindowLongPtrW(label, GWL_STYLE) & SS_TYPEMASK) == SS_LEFT;
     const WindowDc dc(label);
     const Selected font(dc.Get(), reinterpret_cast<HFONT>(SendMessageW(label, WM_GETFONT, 0, 0)));
     DrawTextW(dc.Get(), text.c_str(), -1, &needed, DT_CALCRECT | DT_EXPANDTABS | (wraps ? DT_WORDBREAK : 0));
-    return needed.right <= room.right && needed.bottom <= room.bottom;
+    return needed.right <= available.right && needed.bottom <= available.bottom;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-# Every target of ours links project_options: one place for warnings, definitions and run-time checks.
+# Every target of the project links project_options: warnings, definitions and run-time checks.
 # project_warnings is the part without run-time checks, for the programs of demo/.
 add_library(project_warnings INTERFACE)
 add_library(project_options INTERFACE)

@@ -2,7 +2,7 @@
 
 /// Drives another process's windows as a user would, by window class and control ID.
 ///
-/// Everything goes through messages and input events that Windows carries between processes, so the driven
+/// Everything goes through messages and input events that Windows passes between processes, so the driven
 /// program needs no test hook. Both processes must have the same bitness (list rows are read from the other
 /// process's memory). All texts are UTF-16; DeskError carries UTF-8. Coordinates are physical pixels.
 ///

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kCellCapacity = 1024;
 
 /// One value and a text buffer in the memory of the process that owns a window, for the common controls'
-/// messages: Windows does not carry their pointers between processes.
+/// messages: Windows does not marshal their pointers between processes.
 template <class T>
 class RemoteBuffer {
 public:

@@ -84,7 +84,7 @@ private:
     /// @return the diagnostics of the statement of the batch that failed, or an empty text
     static std::string RunOn(SQLHANDLE statement, Text& batch) {
         SQLRETURN result = SQLExecDirectW(statement, batch.data(), SQL_NTS);
-        // An error of a later statement of the batch shows only when its result is asked for.
+        // An error of a later statement of the batch is reported only when its result is requested.
         while (SQL_SUCCEEDED(result)) result = SQLMoreResults(statement);
         if (result == SQL_NO_DATA) return {};
         return "the batch failed\n" + Diagnostics(SQL_HANDLE_STMT, statement);

@@ -22,7 +22,7 @@ PathKind KindOf(const std::wstring& path) noexcept {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) return PathKind::None;
     if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return KindByAttributes(attributes);
-    // Only an open handle tells where a link or a junction leads; BACKUP_SEMANTICS admits directories.
+    // Opening follows links and junctions; directories can be opened only with BACKUP_SEMANTICS.
     const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
     BY_HANDLE_FILE_INFORMATION info;
     if (!file || !GetFileInformationByHandle(file.Get(), &info)) return PathKind::None;

@@ -36,5 +36,5 @@ enum RepairControl : int {
 
 inline constexpr int kRepairControlCount = 26;
 
-/// Where each control stands for a client area of `width` pixels; the height does not matter.
+/// The place of each control in a client area of `width` pixels; the height does not matter.
 std::array<ControlPlace, kRepairControlCount> RepairLayout(int width) noexcept;

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Draws app.ico: two zones that overlap, with what they share in white. Needs ImageMagick.
 #
-# The large sizes are one drawing, made four times as big and scaled down. At 16 to 24 pixels scaling would leave
-# only a blur, so these are drawn for themselves, with bigger shapes, no shadow and edges on whole pixels.
+# The sizes from 32 pixels on are scaled down from one drawing of 1024 pixels. Scaling to 16, 20 and 24 pixels would
+# blur it, so these are drawn separately, with bigger shapes and edges on whole pixels.
 set -euo pipefail
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)

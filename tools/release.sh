@@ -27,7 +27,7 @@ fix_surroundings() {
     SOURCE_DATE_EPOCH=$(git -C "$root" log -1 --format=%ct)
     umask 022
     if [[ -n $(git -C "$root" status --porcelain) ]]; then
-        say "this tree differs from its commit: the archive carries the commit's date, not its content"
+        say "this tree differs from its commit: the archive has the commit's date, but other content"
     fi
 }
 
