@@ -32,6 +32,11 @@ bool FramedWindow::Create(HINSTANCE instance, const wchar_t* windowClass, HWND o
                            nullptr, instance, this) != nullptr;
 }
 
+void FramedWindow::ShowStatus(const std::wstring& text) {
+    taskbar_.Clear();
+    status_.Show(text);
+}
+
 LRESULT CALLBACK FramedWindow::Procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     auto* window = reinterpret_cast<FramedWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
     if (message == WM_NCCREATE) {
@@ -177,8 +182,8 @@ void FramedWindow::OnSize(WPARAM kind) {
     const SIZE client = ClientSize();
     Layout(client.cx, client.cy);
     status_.OnMoved();
-    // With the children: one that was moved brings its old pixels along, and with them what a sibling that was
-    // moved before it has drawn there.
+    // With the children: one that was moved brings its old pixels along, and with them what a sibling that
+    // was moved before it has drawn there.
     RedrawWindow(handle_, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN);
 }
 

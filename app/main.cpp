@@ -8,7 +8,8 @@
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int showCommand) {
     const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&classes);
-    const std::shared_ptr<QueryWindow> window = QueryWindow::Open(instance, showCommand);
+    TaskbarProgress taskbar;
+    const std::shared_ptr<QueryWindow> window = QueryWindow::Open(instance, showCommand, taskbar);
     if (!window) return 0;
     MSG message;
     // Only zero ends the loop: an error (-1) of one call is no reason to leave the operator without a window.

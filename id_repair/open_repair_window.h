@@ -4,6 +4,8 @@
 
 #include <string>
 
+class TaskbarProgress;
+
 /// What the query window hands to the ID repair window to start with.
 struct RepairWindowParams {
     std::wstring server;
@@ -15,4 +17,5 @@ struct RepairWindowParams {
 
 /// Opens the role / guild ID repair window, owned by `queryWindow` and filled in from `params`. When it is
 /// open already it only comes to the front and keeps what the operator has typed.
-void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params);
+/// @param taskbar  shows the window's work; must outlive the window.
+void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params, TaskbarProgress& taskbar);

@@ -9,6 +9,7 @@
 #include "db/odbc_session.h"
 #include "id_repair/duplicate_ids.h"
 #include "id_repair/open_repair_window.h"
+#include "id_repair/progress.h"
 #include "id_repair/related_fields.h"
 #include "id_repair/repair_form.h"
 
@@ -18,7 +19,7 @@
 class RepairWindow : public FramedWindow {
 public:
     /// @param params  what the form starts with; given up once the boxes hold it.
-    explicit RepairWindow(std::unique_ptr<RepairWindowParams> params) noexcept;
+    RepairWindow(std::unique_ptr<RepairWindowParams> params, TaskbarProgress& taskbar) noexcept;
 
     /// Creates and shows the window.
     /// @return false when it could not be created.
@@ -29,7 +30,7 @@ private:
     void Layout(int width, int height) override;
     bool OnCommand(int controlId) override;
     void OnNotify(const NMHDR& header) override;
-    void OnDestroy() override {}
+    void OnDestroy() override { Taskbar().Clear(); }
     void OnDetached() override;
 
     void FillForm();
@@ -53,7 +54,8 @@ private:
     void RepairAll(const RepairConnectionForm& form);
     bool Confirm(const std::wstring& question, const wchar_t* title);
     void Announce(const wchar_t* text, const wchar_t* title);
-    void ShowFailure(const wchar_t* prefix, const std::function<void()>& action);
+    void RunAction(const wchar_t* failurePrefix, const std::function<void()>& action);
+    ProgressObserver ShowProgress() const;
 
     std::unique_ptr<RepairWindowParams> params_;
     std::vector<DuplicateRole> duplicateRoles_;  // row i of the list is element i
