@@ -58,6 +58,7 @@ void QueryWindow::OnCreate() {
     CreateControls(Handle(), kControls, QueryLayout(client.cx, client.cy), BodyFont());
     SetWindowTextW(Control(kTableEdit), settings_.accountTable.c_str());
     SetWindowTextW(Control(kFieldEdit), settings_.accountField.c_str());
+    PressOnEnter(Control(kKeywordEdit), kQueryButton);
     SetUpList(Control(kAccountList), kColumns);
 }
 

@@ -170,7 +170,9 @@ void FramedWindow::OnNotification(const NMHDR& header) {
     const bool copies = header.code == LVN_KEYDOWN &&
                         reinterpret_cast<const NMLVKEYDOWN&>(header).wVKey == 'C' &&
                         GetKeyState(VK_CONTROL) < 0;
-    if (copies) {
+    if (copies && GetKeyState(VK_SHIFT) < 0) {
+        CopyAllRows(header.hwndFrom);
+    } else if (copies) {
         CopySelectedRow(header.hwndFrom);
     } else {
         OnNotify(header);
