@@ -6,6 +6,8 @@
 #include "account_query/query_window.h"
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int showCommand) {
+    // The status line says what runs, also when that takes minutes; Windows would put "not responding" there.
+    DisableProcessWindowsGhosting();
     const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&classes);
     TaskbarProgress taskbar;
