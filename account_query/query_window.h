@@ -11,6 +11,7 @@
 class QueryWindow : public FramedWindow {
 public:
     /// Creates the window, lets it find the running zones, and shows it.
+    /// @param taskbar  of the program; must outlive the window.
     /// @return null when the window could not be created.
     static std::shared_ptr<QueryWindow> Open(HINSTANCE instance, int showCommand, TaskbarProgress& taskbar);
 

@@ -18,7 +18,8 @@
 /// lists) stands in repair_window.cpp, the four actions in repair_actions.cpp.
 class RepairWindow : public FramedWindow {
 public:
-    /// @param params  what the form starts with; given up once the boxes hold it.
+    /// @param params   what the form starts with; given up once the boxes hold it.
+    /// @param taskbar  of the program; must outlive the window.
     RepairWindow(std::unique_ptr<RepairWindowParams> params, TaskbarProgress& taskbar) noexcept;
 
     /// Creates and shows the window.

@@ -21,7 +21,7 @@ void RepairRoleId(SQLHDBC connection, const std::wstring& targetDatabase, const 
                   const ProgressObserver& observer = {});
 
 // The two steps that the batch repair shares. Both run inside a transaction and execute one statement per
-// field.
+// field, which `progress` counts.
 
 /// Writes the new ID wherever one of the fields holds the old one: the only place of the program that writes
 /// to a database. A field without such a row is a failure.
