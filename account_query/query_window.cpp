@@ -38,10 +38,11 @@ constexpr int kBusyButtons[] = {kQueryButton, kRefreshButton};
 
 }  // namespace
 
-QueryWindow::QueryWindow() noexcept : FramedWindow(kFrame, kQueryStatus) {}
+QueryWindow::QueryWindow(TaskbarProgress& taskbar) noexcept : FramedWindow(kFrame, kQueryStatus, taskbar) {}
 
-std::shared_ptr<QueryWindow> QueryWindow::Open(HINSTANCE instance, int showCommand) {
-    auto window = std::make_shared<QueryWindow>();
+std::shared_ptr<QueryWindow> QueryWindow::Open(HINSTANCE instance, int showCommand,
+                                               TaskbarProgress& taskbar) {
+    auto window = std::make_shared<QueryWindow>(taskbar);
     if (!window->Create(instance, L"MergeAccountQueryWindow", nullptr, kFrame.smallestWindow.cx,
                         kFrame.smallestWindow.cy)) {
         return nullptr;
@@ -57,6 +58,7 @@ void QueryWindow::OnCreate() {
     CreateControls(Handle(), kControls, QueryLayout(client.cx, client.cy), BodyFont());
     SetWindowTextW(Control(kTableEdit), settings_.accountTable.c_str());
     SetWindowTextW(Control(kFieldEdit), settings_.accountField.c_str());
+    PressOnEnter(Control(kKeywordEdit), kQueryButton);
     SetUpList(Control(kAccountList), kColumns);
 }
 
@@ -116,12 +118,15 @@ void QueryWindow::QueryAccounts() {
     ShowStatus(L"正在连接 SQL Server 并自动识别账号表：" + zone->dbName);
     const ShownCursor waiting(IDC_WAIT);
     const DisabledButtons disabled(Handle(), kBusyButtons);
+    Taskbar().Start(Handle());
     try {
         const AccountSearchResult result = SearchAccounts(*zone, keyword, settings_);
         ShowAccounts(*zone, result.accounts);
         ShowStatus(QuerySummary(result));
+        Taskbar().Finish();
     } catch (const std::exception& error) {
         ShowStatus(QueryFailure(error.what()));
+        Taskbar().Fail();
     }
 }
 
@@ -135,7 +140,7 @@ void QueryWindow::OpenRepairTool() {
     if (const GameServerInfo* zone = SelectedZone()) {
         params = {zone->dbHost, zone->dbPort, zone->dbUser, zone->dbPassword, zone->dbName};
     }
-    OpenRepairWindow(Handle(), params);
+    OpenRepairWindow(Handle(), params, Taskbar());
 }
 
 void QueryWindow::SaveSettings() {

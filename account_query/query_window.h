@@ -11,10 +11,11 @@
 class QueryWindow : public FramedWindow {
 public:
     /// Creates the window, lets it find the running zones, and shows it.
+    /// @param taskbar  of the program; must outlive the window.
     /// @return null when the window could not be created.
-    static std::shared_ptr<QueryWindow> Open(HINSTANCE instance, int showCommand);
+    static std::shared_ptr<QueryWindow> Open(HINSTANCE instance, int showCommand, TaskbarProgress& taskbar);
 
-    QueryWindow() noexcept;
+    explicit QueryWindow(TaskbarProgress& taskbar) noexcept;
 
 private:
     void OnCreate() override;

@@ -60,6 +60,20 @@ LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lP
     return DefSubclassProc(edit, message, wParam, lParam);
 }
 
+// On the character, not on the key: the Enter that ends a word of an input method never arrives here. A key
+// held down presses once; an edit box left to itself would beep.
+LRESULT CALLBACK EnterProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                DWORD_PTR buttonId) {
+    if (message != WM_CHAR || wParam != L'\r') return DefSubclassProc(edit, message, wParam, lParam);
+    const HWND window = GetParent(edit);
+    const HWND button = GetDlgItem(window, static_cast<int>(buttonId));
+    const bool heldDown = (HIWORD(lParam) & KF_REPEAT) != 0;
+    if (IsWindowEnabled(button) && !heldDown) {
+        SendMessageW(window, WM_COMMAND, MAKEWPARAM(buttonId, BN_CLICKED), reinterpret_cast<LPARAM>(button));
+    }
+    return 0;
+}
+
 }  // namespace
 
 void CreateControls(HWND parent, std::span<const ControlSpec> specs, std::span<const ControlPlace> places,
@@ -81,6 +95,10 @@ void PlaceControls(HWND parent, std::span<const ControlPlace> places) {
     for (const ControlPlace& place : places) {
         MoveWindow(GetDlgItem(parent, place.id), place.x, place.y, place.width, place.height, TRUE);
     }
+}
+
+void PressOnEnter(HWND edit, int buttonId) {
+    SetWindowSubclass(edit, EnterProcedure, 0, static_cast<DWORD_PTR>(buttonId));
 }
 
 std::wstring ControlText(HWND control) {

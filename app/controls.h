@@ -36,6 +36,10 @@ void CreateControls(HWND parent, std::span<const ControlSpec> specs, std::span<c
 /// Moves every control to its place and repaints it.
 void PlaceControls(HWND parent, std::span<const ControlPlace> places);
 
+/// Lets Enter in an edit box press a button of the same window, when that is enabled; the box keeps the
+/// keyboard.
+void PressOnEnter(HWND edit, int buttonId);
+
 /// A control's text, complete or at most its first `mostUnits` UTF-16 units.
 std::wstring ControlText(HWND control);
 std::wstring ControlText(HWND control, size_t mostUnits);

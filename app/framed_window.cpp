@@ -32,6 +32,11 @@ bool FramedWindow::Create(HINSTANCE instance, const wchar_t* windowClass, HWND o
                            nullptr, instance, this) != nullptr;
 }
 
+void FramedWindow::ShowStatus(const std::wstring& text) {
+    taskbar_.Clear();
+    status_.Show(text);
+}
+
 LRESULT CALLBACK FramedWindow::Procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     auto* window = reinterpret_cast<FramedWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
     if (message == WM_NCCREATE) {
@@ -165,7 +170,9 @@ void FramedWindow::OnNotification(const NMHDR& header) {
     const bool copies = header.code == LVN_KEYDOWN &&
                         reinterpret_cast<const NMLVKEYDOWN&>(header).wVKey == 'C' &&
                         GetKeyState(VK_CONTROL) < 0;
-    if (copies) {
+    if (copies && GetKeyState(VK_SHIFT) < 0) {
+        CopyAllRows(header.hwndFrom);
+    } else if (copies) {
         CopySelectedRow(header.hwndFrom);
     } else {
         OnNotify(header);

@@ -7,6 +7,7 @@
 
 #include "app/frame_paint.h"
 #include "app/status_line.h"
+#include "app/taskbar_progress.h"
 
 /// A top-level window with the painted frame that both windows of the program share: a caption strip that
 /// moves the window and holds three glyphs, a banner, a section heading. It answers the frame's messages
@@ -32,8 +33,9 @@ public:
 
 protected:
     /// @param statusControl  ID of the child that is the window's status line.
-    FramedWindow(const FrameStyle& style, int statusControl) noexcept
-        : style_(style), statusControl_(statusControl) {}
+    /// @param taskbar        of the program; must outlive the object.
+    FramedWindow(const FrameStyle& style, int statusControl, TaskbarProgress& taskbar) noexcept
+        : style_(style), statusControl_(statusControl), taskbar_(taskbar) {}
 
     /// Creates the children; the fonts exist already.
     virtual void OnCreate() = 0;
@@ -50,7 +52,10 @@ protected:
     SIZE ClientSize() const noexcept;
     HFONT BodyFont() const noexcept { return fonts_.body.Get(); }
     HWND Control(int id) const noexcept { return GetDlgItem(handle_, id); }
-    void ShowStatus(const std::wstring& text) { status_.Show(text); }
+    TaskbarProgress& Taskbar() const noexcept { return taskbar_; }
+
+    /// Shows a text in the status line. A failure told before it is no longer shown on the taskbar either.
+    void ShowStatus(const std::wstring& text);
 
 private:
     static LRESULT CALLBACK Procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
@@ -68,6 +73,7 @@ private:
     HWND handle_ = nullptr;
     const FrameStyle style_;
     const int statusControl_;
+    TaskbarProgress& taskbar_;
     FrameFonts fonts_;
     StatusLine status_;
 };

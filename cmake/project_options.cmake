@@ -12,9 +12,10 @@ if(MSVC)
   # The static run-time keeps the program one file. The manifest comes from resources/app.rc, not from the linker.
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
   target_compile_options(project_warnings INTERFACE
-    $<$<COMPILE_LANGUAGE:CXX>:/W4 /WX /permissive- /utf-8 /EHsc /Gy>)
+    $<$<COMPILE_LANGUAGE:CXX>:/W4 /WX /permissive- /utf-8 /EHsc /Gy /guard:cf>)
   target_compile_definitions(project_warnings INTERFACE _CRT_SECURE_NO_WARNINGS)
-  target_link_options(project_warnings INTERFACE /MANIFEST:NO
+  # The tool is started from download folders: DLLs come from the system folder alone (0x800).
+  target_link_options(project_warnings INTERFACE /MANIFEST:NO /guard:cf /CETCOMPAT /DEPENDENTLOADFLAG:0x800
     $<$<CONFIG:Release>:/OPT:REF> $<$<CONFIG:Release>:/OPT:ICF>)
 else()
   target_compile_options(project_warnings INTERFACE

@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <functional>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -161,7 +162,7 @@ void PressMouse(HWND window, int x, int y);
 void ReleaseMouse(HWND window, int x, int y);
 /// Presses at one point and releases at another, with steps between them.
 void Drag(HWND window, POINT from, POINT to);
-/// A key pressed and released in whatever window has the keyboard.
-void TapKey(WORD virtualKey);
+/// A key pressed and released in whatever window has the keyboard, while the others are held down.
+void TapKey(WORD virtualKey, std::initializer_list<WORD> held = {});
 
 }  // namespace desk

@@ -88,8 +88,13 @@ void Drag(HWND window, POINT from, POINT to) {
     SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
 }
 
-void TapKey(WORD virtualKey) {
-    SendInputs({KeyInput(virtualKey, 0), KeyInput(virtualKey, KEYEVENTF_KEYUP)});
+void TapKey(WORD virtualKey, std::initializer_list<WORD> held) {
+    std::vector<INPUT> inputs;
+    for (const WORD key : held) inputs.push_back(KeyInput(key, 0));
+    inputs.push_back(KeyInput(virtualKey, 0));
+    inputs.push_back(KeyInput(virtualKey, KEYEVENTF_KEYUP));
+    for (const WORD key : held) inputs.push_back(KeyInput(key, KEYEVENTF_KEYUP));
+    SendInputs(inputs);
 }
 
 }  // namespace desk

@@ -34,27 +34,39 @@ std::wstring Message(std::wstring_view text, const std::wstring& oldId) {
     return std::wstring(text) + oldId;
 }
 
+// The statements of all phases: locked count, updates, two counts, one check per field.
+template <class Plan>
+size_t StatementCount(const std::vector<Plan>& plans) noexcept {
+    size_t count = 3 * plans.size();
+    for (const Plan& plan : plans) count += 2 * plan.fields.size();
+    return count;
+}
+
 template <class Plan>
 void UpdateAll(SQLHDBC connection, const std::wstring& database, const Kind& kind,
-               const std::vector<Plan>& plans) {
+               const std::vector<Plan>& plans, Progress& progress) {
     for (const Plan& plan : plans) {
         const std::wstring& oldId = OldIdOf(plan);
         if (kind.countRows(connection, database, oldId, true) != 1)
             throw RuntimeError(Message(kind.notUnique, oldId));
-        ReplaceId(connection, database, plan.fields, oldId, plan.newId);
+        progress.Step();
+        ReplaceId(connection, database, plan.fields, oldId, plan.newId, progress);
     }
 }
 
 template <class Plan>
 void VerifyAll(SQLHDBC connection, const std::wstring& database, const Kind& kind,
-               const std::vector<Plan>& plans) {
+               const std::vector<Plan>& plans, Progress& progress) {
+    const auto count = [&](const std::wstring& id) {
+        const std::int64_t rows = kind.countRows(connection, database, id, false);
+        progress.Step();
+        return rows;
+    };
     for (const Plan& plan : plans) {
         const std::wstring& oldId = OldIdOf(plan);
-        if (kind.countRows(connection, database, oldId, false) != 0 ||
-            kind.countRows(connection, database, plan.newId, false) != 1) {
-            throw RuntimeError(Message(kind.wrongState, oldId));
-        }
-        RequireNoReference(connection, database, plan.fields, oldId, Message(kind.stillReferenced, oldId));
+        if (count(oldId) != 0 || count(plan.newId) != 1) throw RuntimeError(Message(kind.wrongState, oldId));
+        RequireNoReference(connection, database, plan.fields, oldId, Message(kind.stillReferenced, oldId),
+                           progress);
     }
 }
 
@@ -62,13 +74,14 @@ void VerifyAll(SQLHDBC connection, const std::wstring& database, const Kind& kin
 
 void RepairAllDuplicates(SQLHDBC connection, const std::wstring& targetDatabase,
                          const std::vector<RoleRepairPlan>& rolePlans,
-                         const std::vector<GuildRepairPlan>& guildPlans) {
+                         const std::vector<GuildRepairPlan>& guildPlans, const ProgressObserver& observer) {
     if (rolePlans.empty() && guildPlans.empty()) return;
     QuoteSqlIdentifier(targetDatabase);  // a name that cannot be quoted is refused before the transaction
+    Progress progress(observer, StatementCount(rolePlans) + StatementCount(guildPlans));
     RunInTransaction(connection, kTexts, [&] {
-        UpdateAll(connection, targetDatabase, kRole, rolePlans);
-        UpdateAll(connection, targetDatabase, kGuild, guildPlans);
-        VerifyAll(connection, targetDatabase, kRole, rolePlans);
-        VerifyAll(connection, targetDatabase, kGuild, guildPlans);
+        UpdateAll(connection, targetDatabase, kRole, rolePlans, progress);
+        UpdateAll(connection, targetDatabase, kGuild, guildPlans, progress);
+        VerifyAll(connection, targetDatabase, kRole, rolePlans, progress);
+        VerifyAll(connection, targetDatabase, kGuild, guildPlans, progress);
     });
 }

@@ -66,10 +66,12 @@ void CheckNewRoleIdFree(SQLHDBC connection, const std::vector<std::wstring>& dat
 
 std::vector<RoleRepairPlan> PlanRoleIdBatch(SQLHDBC connection, const std::wstring& targetDatabase,
                                             const std::wstring& otherDatabase,
-                                            const std::vector<DuplicateRole>& duplicates) {
+                                            const std::vector<DuplicateRole>& duplicates,
+                                            const ProgressObserver& observer) {
     std::vector<RoleRepairPlan> plans;
     if (duplicates.empty()) return plans;
     plans.reserve(duplicates.size());
+    Progress progress(observer, duplicates.size());
     const std::vector<std::wstring> databases = ListDatabases(connection);
     std::uint64_t nextId = FirstBatchId(connection, databases);
     for (const DuplicateRole& role : duplicates) {
@@ -80,16 +82,19 @@ std::vector<RoleRepairPlan> PlanRoleIdBatch(SQLHDBC connection, const std::wstri
         RequireRoleId(newId, L"批量生成的新角色唯一 ID");
         CheckNewRoleIdFree(connection, databases, newId);
         plans.push_back({role, newId, CountRoleIdHits(connection, targetDatabase, role.userId)});
+        progress.Step();
     }
     return plans;
 }
 
 std::vector<GuildRepairPlan> PlanGuildIdBatch(SQLHDBC connection, const std::wstring& targetDatabase,
                                               const std::wstring& otherDatabase,
-                                              const std::vector<DuplicateGuild>& duplicates) {
+                                              const std::vector<DuplicateGuild>& duplicates,
+                                              const ProgressObserver& observer) {
     std::vector<GuildRepairPlan> plans;
     if (duplicates.empty()) return plans;
     plans.reserve(duplicates.size());
+    Progress progress(observer, duplicates.size());
     const std::vector<std::wstring> databases = ListDatabases(connection);
     for (const DuplicateGuild& guild : duplicates) {
         RequireOneRowEach(connection, CountGuildIdRows, targetDatabase, otherDatabase, guild.guildId,
@@ -97,6 +102,7 @@ std::vector<GuildRepairPlan> PlanGuildIdBatch(SQLHDBC connection, const std::wst
         const std::wstring newId = NewGuildId();
         RequireUnused(connection, CountGuildIdRows, databases, newId, L"新行会 ID 已存在于数据库：");
         plans.push_back({guild, newId, CountGuildIdHits(connection, targetDatabase, guild.guildId)});
+        progress.Step();
     }
     return plans;
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "id_repair/duplicate_ids.h"
+#include "id_repair/progress.h"
 #include "id_repair/related_fields.h"
 
 // New IDs, and the plans of a batch repair. All of this only reads, on a connection of the repair side.
@@ -35,16 +36,20 @@ void CheckNewRoleIdFree(SQLHDBC connection, const std::vector<std::wstring>& dat
 
 /// Plans consecutive new IDs for the duplicate characters, in list order, after the largest ID of all online
 /// user databases.
+/// @param observer  told how many of the IDs are planned.
 /// @throws "旧角色唯一 ID" or "批量生成的新角色唯一 ID" followed by "必须是纯数字唯一 ID";
 ///         "重复 ID 在两个库中不再各有且只有一条主表记录：" and the old ID; "无法生成批量修复使用的新角色
 ///         ID"; what CheckNewRoleIdFree throws.
 std::vector<RoleRepairPlan> PlanRoleIdBatch(SQLHDBC connection, const std::wstring& targetDatabase,
                                             const std::wstring& otherDatabase,
-                                            const std::vector<DuplicateRole>& duplicates);
+                                            const std::vector<DuplicateRole>& duplicates,
+                                            const ProgressObserver& observer = {});
 
 /// Plans a new GUID for each duplicate guild, in list order.
+/// @param observer  told how many of the IDs are planned.
 /// @throws "重复行会 ID 在两个库中不再各有且只有一条主表记录：" and the old ID; "无法生成新的行会 GUID";
 ///         "无法格式化新的行会 GUID"; "新行会 ID 已存在于数据库：" and the database.
 std::vector<GuildRepairPlan> PlanGuildIdBatch(SQLHDBC connection, const std::wstring& targetDatabase,
                                               const std::wstring& otherDatabase,
-                                              const std::vector<DuplicateGuild>& duplicates);
+                                              const std::vector<DuplicateGuild>& duplicates,
+                                              const ProgressObserver& observer = {});

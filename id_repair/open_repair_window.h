@@ -4,6 +4,8 @@
 
 #include <string>
 
+class TaskbarProgress;
+
 /// The initial values of the repair window's form, from the query window.
 struct RepairWindowParams {
     std::wstring server;
@@ -15,4 +17,5 @@ struct RepairWindowParams {
 
 /// Opens the role / guild ID repair window, owned by `queryWindow` and filled in from `params`. When it is
 /// open already it is only brought to the front, its form unchanged.
-void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params);
+/// @param taskbar  shows the window's work; must outlive the window.
+void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params, TaskbarProgress& taskbar);

@@ -24,27 +24,38 @@ OdbcSession Connect(const RepairConnectionForm& form, const std::wstring& databa
 
 }  // namespace
 
-void RepairWindow::ShowFailure(const wchar_t* prefix, const std::function<void()>& action) {
+void RepairWindow::RunAction(const wchar_t* failurePrefix, const std::function<void()>& action) {
+    Taskbar().Start(Handle());
     try {
         action();
+        Taskbar().Finish();
     } catch (const std::exception& error) {
-        ShowStatus(prefix + Utf8ToWide(error.what()));
+        ShowStatus(failurePrefix + Utf8ToWide(error.what()));
+        Taskbar().Fail();
     }
+}
+
+ProgressObserver RepairWindow::ShowProgress() const {
+    return [this](size_t done, size_t total) { Taskbar().Measure(done, total); };
 }
 
 bool RepairWindow::Confirm(const std::wstring& question, const wchar_t* title) {
     constexpr UINT kNoByDefault = MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2;
     const ShownCursor answering(IDC_ARROW);
-    return MessageBoxW(Handle(), question.c_str(), title, kNoByDefault) == IDYES;
+    Taskbar().Finish();
+    if (MessageBoxW(Handle(), question.c_str(), title, kNoByDefault) != IDYES) return false;
+    Taskbar().Start(Handle());
+    return true;
 }
 
 void RepairWindow::Announce(const wchar_t* text, const wchar_t* title) {
     const ShownCursor answering(IDC_ARROW);
+    Taskbar().Finish();
     MessageBoxW(Handle(), text, title, MB_ICONINFORMATION);
 }
 
 void RepairWindow::OnDetectDuplicates() {
-    ShowFailure(L"检测失败：", [this] {
+    RunAction(L"检测失败：", [this] {
         const RepairConnectionForm form = ReadRepairForm();
         ShowStatus(L"正在连接并分析两个数据库，请稍候...");
         const ShownCursor waiting(IDC_WAIT);
@@ -62,7 +73,7 @@ void RepairWindow::OnDetectDuplicates() {
 void RepairWindow::OnAnalyzeSelected() {
     const int index = SelectedDuplicateIndex();
     if (index < 0) return ShowStatus(L"请先在重复列表中选择一个角色。");
-    ShowFailure(L"分析失败：", [this, index] {
+    RunAction(L"分析失败：", [this, index] {
         const RepairConnectionForm form = ReadRepairForm();
         const RepairDirection direction = ReadDirection(form);
         const std::wstring& oldId = duplicateRoles_[static_cast<size_t>(index)].userId;
@@ -84,7 +95,7 @@ void RepairWindow::OnRepairSelected() {
     if (index < 0) return ShowStatus(L"请先在重复列表中选择一个角色。");
     // A copy: the detection at the end replaces the list.
     const std::wstring oldId = duplicateRoles_[static_cast<size_t>(index)].userId;
-    ShowFailure(L"修复失败，已尝试回滚：", [this, &oldId] { RepairRole(ReadRepairForm(), oldId); });
+    RunAction(L"修复失败，已尝试回滚：", [this, &oldId] { RepairRole(ReadRepairForm(), oldId); });
 }
 
 void RepairWindow::RepairRole(const RepairConnectionForm& form, const std::wstring& oldId) {
@@ -102,7 +113,7 @@ void RepairWindow::RepairRole(const RepairConnectionForm& form, const std::wstri
     ShowStatus(L"正在事务中修复，请不要关闭窗口...");
     DisabledButtons disabled(Handle(), kAllActions);
     const OdbcSession repairSession = Connect(form, target);
-    RepairRoleId(repairSession.Connection(), target, oldId, newId, analysis.fields);
+    RepairRoleId(repairSession.Connection(), target, oldId, newId, analysis.fields, ShowProgress());
     Announce(L"修复完成，事务已提交。建议重新检测两个数据库确认重复 ID 已消失。", L"修复完成");
     ShowStatus(RepairDone(target, oldId, newId));
     disabled.Enable();
@@ -113,7 +124,7 @@ void RepairWindow::OnRepairAll() {
     if (duplicateRoles_.empty() && duplicateGuilds_.empty()) {
         return ShowStatus(L"请先点击“检测重复唯一 ID”，当前没有可批量修复的角色或行会记录。");
     }
-    ShowFailure(L"批量修复失败，已尝试回滚：", [this] { RepairAll(ReadRepairForm()); });
+    RunAction(L"批量修复失败，已尝试回滚：", [this] { RepairAll(ReadRepairForm()); });
 }
 
 void RepairWindow::RepairAll(const RepairConnectionForm& form) {
@@ -122,16 +133,21 @@ void RepairWindow::RepairAll(const RepairConnectionForm& form) {
     const ShownCursor waiting(IDC_WAIT);
     DisabledButtons disabled(Handle(), kAllActions);
     const OdbcSession session = Connect(form, kAnalysisDatabase);
+    const size_t roles = duplicateRoles_.size();
+    const ProgressObserver shown = ShowProgress();
+    Progress planned(shown, roles + duplicateGuilds_.size());
     const std::vector<RoleRepairPlan> rolePlans =
-        PlanRoleIdBatch(session.Connection(), target, other, duplicateRoles_);
+        PlanRoleIdBatch(session.Connection(), target, other, duplicateRoles_,
+                        [&](size_t done, size_t) { planned.Reach(done); });
     const std::vector<GuildRepairPlan> guildPlans =
-        PlanGuildIdBatch(session.Connection(), target, other, duplicateGuilds_);
+        PlanGuildIdBatch(session.Connection(), target, other, duplicateGuilds_,
+                         [&](size_t done, size_t) { planned.Reach(roles + done); });
     if (!Confirm(BatchQuestion(target, rolePlans, guildPlans), L"确认批量修复全部重复 ID")) {
         return ShowStatus(L"已取消批量修复，数据库未修改。");
     }
     ShowStatus(L"正在事务中批量修复，请不要关闭窗口...");
     const OdbcSession repairSession = Connect(form, target);
-    RepairAllDuplicates(repairSession.Connection(), target, rolePlans, guildPlans);
+    RepairAllDuplicates(repairSession.Connection(), target, rolePlans, guildPlans, ShowProgress());
     Announce(L"批量修复完成，事务已提交。程序将重新检测两个库。", L"批量修复完成");
     disabled.Enable();
     OnDetectDuplicates();

@@ -55,17 +55,17 @@ std::shared_ptr<RepairWindow> openWindow;
 
 }  // namespace
 
-void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params) {
+void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params, TaskbarProgress& taskbar) {
     if (openWindow) {
         SetForegroundWindow(openWindow->Handle());
         return;
     }
-    openWindow = std::make_shared<RepairWindow>(std::make_unique<RepairWindowParams>(params));
+    openWindow = std::make_shared<RepairWindow>(std::make_unique<RepairWindowParams>(params), taskbar);
     if (!openWindow->Open(queryWindow)) openWindow.reset();
 }
 
-RepairWindow::RepairWindow(std::unique_ptr<RepairWindowParams> params) noexcept
-    : FramedWindow(kFrame, kRepairStatus), params_(std::move(params)) {}
+RepairWindow::RepairWindow(std::unique_ptr<RepairWindowParams> params, TaskbarProgress& taskbar) noexcept
+    : FramedWindow(kFrame, kRepairStatus, taskbar), params_(std::move(params)) {}
 
 bool RepairWindow::Open(HWND queryWindow) {
     const auto instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(queryWindow, GWLP_HINSTANCE));

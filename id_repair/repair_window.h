@@ -9,6 +9,7 @@
 #include "db/odbc_session.h"
 #include "id_repair/duplicate_ids.h"
 #include "id_repair/open_repair_window.h"
+#include "id_repair/progress.h"
 #include "id_repair/related_fields.h"
 #include "id_repair/repair_form.h"
 
@@ -17,8 +18,9 @@
 /// repair_window.cpp, the four actions in repair_actions.cpp.
 class RepairWindow : public FramedWindow {
 public:
-    /// @param params  the form's initial values; released once they are in the edit boxes.
-    explicit RepairWindow(std::unique_ptr<RepairWindowParams> params) noexcept;
+    /// @param params   the form's initial values; released once they are in the edit boxes.
+    /// @param taskbar  of the program; must outlive the window.
+    RepairWindow(std::unique_ptr<RepairWindowParams> params, TaskbarProgress& taskbar) noexcept;
 
     /// Creates and shows the window.
     /// @return false when it could not be created.
@@ -29,7 +31,7 @@ private:
     void Layout(int width, int height) override;
     bool OnCommand(int controlId) override;
     void OnNotify(const NMHDR& header) override;
-    void OnDestroy() override {}
+    void OnDestroy() override { Taskbar().Clear(); }
     void OnDetached() override;
 
     void FillForm();
@@ -53,7 +55,8 @@ private:
     void RepairAll(const RepairConnectionForm& form);
     bool Confirm(const std::wstring& question, const wchar_t* title);
     void Announce(const wchar_t* text, const wchar_t* title);
-    void ShowFailure(const wchar_t* prefix, const std::function<void()>& action);
+    void RunAction(const wchar_t* failurePrefix, const std::function<void()>& action);
+    ProgressObserver ShowProgress() const;
 
     std::unique_ptr<RepairWindowParams> params_;
     std::vector<DuplicateRole> duplicateRoles_;  // row i of the list is element i
