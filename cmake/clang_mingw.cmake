@@ -9,5 +9,6 @@ cmake_path(GET libgcc_file PARENT_PATH gcc_folder)
 string(JOIN " " CMAKE_CXX_FLAGS_INIT -nostdlibinc
   -isystem "${gcc_folder}/include/c++" -isystem "${gcc_folder}/include/c++/x86_64-w64-mingw32"
   -isystem /usr/x86_64-w64-mingw32/include)
-# The POSIX flavour of the run-time needs the threads library behind it.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wno-unused-command-line-argument -B ${gcc_folder} -L ${gcc_folder} -pthread")
+# The POSIX flavour of the run-time needs the threads library behind it. GNU ld finds a function twice when one of
+# the two compilers calls it cold and the other does not; LLVM's linker takes either.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld -Wno-unused-command-line-argument -B ${gcc_folder} -L ${gcc_folder} -pthread")

@@ -23,7 +23,7 @@ run_cppcheck() {
 }
 
 cd "$root"
-install_packages clang clang-tidy cppcheck
+install_packages clang lld clang-tidy cppcheck
 build_preset clang-debug
 say "clang-tidy"
 quietly clang-tidy run_clang_tidy
