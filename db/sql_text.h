@@ -36,8 +36,8 @@ struct SqlValue {
 /// own overload.
 /// @throws RuntimeError as QuoteSqlIdentifier.
 void AppendSql(std::wstring& sql, std::wstring_view text);
-void AppendSql(std::wstring& sql, SqlName name);
-void AppendSql(std::wstring& sql, SqlValue value);
+void AppendSql(std::wstring& sql, const SqlName& name);
+void AppendSql(std::wstring& sql, const SqlValue& value);
 
 /// A statement from its pieces, without a text of its own for each of them: a repair sends tens of thousands.
 template <class... Pieces>

@@ -14,12 +14,13 @@ run_clang_tidy() {
 }
 
 # The whole product at once, so that what no file uses is seen as well. What the standard library and the ODBC
-# headers leave unknown is no finding; a plain loop reads better than std::accumulate with a lambda.
+# headers leave unknown is no finding, nor that cppcheck 2.17 does not follow every branch; a plain loop reads better
+# than std::accumulate with a lambda.
 run_cppcheck() {
     cppcheck --quiet --error-exitcode=1 --enable=warning,style,performance,portability --inconclusive \
         --std=c++20 --platform=win64 --library=windows -j "$(nproc)" \
         -D_WIN32 -DUNICODE -D_UNICODE -I "$root" -I /usr/x86_64-w64-mingw32/include \
-        --suppress='*:/usr/*' --suppress=useStlAlgorithm "${rooms[@]}"
+        --suppress='*:/usr/*' --suppress=useStlAlgorithm --suppress=normalCheckLevelMaxBranches "${rooms[@]}"
 }
 
 cd "$root"
