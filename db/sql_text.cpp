@@ -67,7 +67,7 @@ void AppendSql(std::wstring& sql, std::wstring_view text) {
     sql += text;
 }
 
-void AppendSql(std::wstring& sql, SqlName name) {
+void AppendSql(std::wstring& sql, const SqlName& name) {
     switch (AppendQuoted(sql, name.name)) {
         case IdentifierFault::None:
             return;
@@ -80,7 +80,7 @@ void AppendSql(std::wstring& sql, SqlName name) {
     }
 }
 
-void AppendSql(std::wstring& sql, SqlValue value) {
+void AppendSql(std::wstring& sql, const SqlValue& value) {
     sql += L"N'";
     std::wstring_view rest = value.value;
     for (size_t quote; (quote = rest.find(L'\'')) != rest.npos; rest.remove_prefix(quote + 1)) {

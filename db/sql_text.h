@@ -36,8 +36,8 @@ struct SqlValue {
 /// overloads of their own.
 /// @throws RuntimeError as QuoteSqlIdentifier.
 void AppendSql(std::wstring& sql, std::wstring_view text);
-void AppendSql(std::wstring& sql, SqlName name);
-void AppendSql(std::wstring& sql, SqlValue value);
+void AppendSql(std::wstring& sql, const SqlName& name);
+void AppendSql(std::wstring& sql, const SqlValue& value);
 
 /// Builds a statement from its pieces without a temporary string for each: a repair sends tens of thousands.
 template <class... Pieces>

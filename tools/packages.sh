@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Installs what building, testing and showing the tool needs on Debian 12: the cross compiler, Wine,
+# Installs what building, testing and showing the tool needs on Debian 12 or 13: the cross compiler, Wine,
 # a virtual display, the ODBC driver manager and the Chinese locale; and the packages named as arguments.
 # Leaves alone what is installed already.
 set -euo pipefail
+
+# The person's own locale may be one of those that a new machine does not have yet.
+export LC_ALL=C.UTF-8
 
 # Wine finds the X extension libraries at run time, so its own package only recommends them.
 packages=(

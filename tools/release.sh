@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the release: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
-# commit gives the same bytes on every Debian 12, so that anybody can check a release by making it again.
+# commit gives the same bytes on every machine of one Debian version, so that anybody can check a release by building
+# it again.
 set -euo pipefail
 
 # shellcheck source=tools/common.sh
@@ -11,7 +12,7 @@ content="$release_dir/content"
 version=$(sed -n 's/^project(MergeAccountQuery VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 archive="MergeAccountQuery-$version-win64.zip"
 # The contents, in the order in which they are packed.
-files=(MergeAccountQuery.exe QuerySettings.ini manual.html CHANGELOG.md)
+files=(MergeAccountQuery.exe QuerySettings.ini manual.html CHANGELOG.md THIRD-PARTY.txt)
 
 # The version is also written in files that CMake does not generate.
 check_version() {
@@ -48,6 +49,11 @@ write_texts() {
         >"$content/QuerySettings.ini"
 }
 
+write_notices() {
+    "$root/tools/third_party.sh" "$build_dir/mingw-release/MergeAccountQuery.map" | sed 's/$/\r/' \
+        >"$content/THIRD-PARTY.txt"
+}
+
 pack() {
     cd "$content"
     chmod 644 "${files[@]}"
@@ -67,6 +73,7 @@ mkdir -p "$content"
 cp "$build_dir/mingw-release/MergeAccountQuery.exe" "$content/"
 write_manual
 write_texts
+write_notices
 pack
 say "made: $release_dir/$archive"
 cat "$release_dir/$archive.sha256"

@@ -99,7 +99,9 @@ open_wine() {
     fi
 
     export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
-    export LC_ALL=zh_CN.UTF-8
+    # On a machine where this script has just made that locale, the shell itself still believes that it is missing,
+    # and says so. The programs that it starts find it.
+    { export LC_ALL=zh_CN.UTF-8; } 2>/dev/null
     # With a real server named, the machine's own driver list has Microsoft's driver.
     if [[ -z ${MERGE_TEST_SQL_SERVER:-} ]]; then
         export ODBCSYSINI="$folder/odbc" ODBCINI="$folder/odbc/odbc.ini"
