@@ -27,37 +27,41 @@ constexpr FunctionRow kFunctions[] = {
     {"DB_ID", "(SELECT id FROM \"~databases\" WHERE name = ", ")", false},
 };
 
+constexpr int kCastLength = 30;  // of a CAST to text without a length
+
 }  // namespace
 
 Type TakeType(TokenReader& in, int defaultLength) {
-    constexpr int kLongest = 8000;
-    Type type{FindType(in.TakeName()), defaultLength};
-    if (!HasLength(type.kind) || !in.TakeIf("(")) return type;
-    type.length = std::min(std::stoi(in.TakeNumber()), kLongest);
-    if (type.kind == TypeKind::kDecimal) {
-        in.Expect(",");
-        if (in.TakeNumber() != "0") in.FailHere();
+    Type type = FindType(in.TakeName(), defaultLength);
+    if (!type.word->hasLength || !in.TakeIf("(")) return type;
+    type.length = std::stoi(in.TakeNumber());
+    if (type.word->family == Family::kDecimal) {
+        in.Take(",");
+        if (in.TakeNumber() != "0") Fail(kUnknownType, "decimal with places behind the point");
     }
-    in.Expect(")");
+    in.Take(")");
     return type;
 }
 
-void TakeCollation(TokenReader& in) {
+bool TakeCollation(TokenReader& in) {
+    if (!in.TakeIf("COLLATE")) return false;
     const std::string name = in.TakeName(), key = UpperAscii(name);
-    if (key != "CHINESE_PRC_CI_AS" && key != "DATABASE_DEFAULT") Fail(Err::kUnknownCollation, name);
+    if (key != "CHINESE_PRC_CI_AS" && key != "DATABASE_DEFAULT") Fail(kUnknownCollation, name);
+    return true;
 }
 
 void Expressions::AddSource(std::string name, std::string table) {
     sources_.push_back({std::move(name), std::move(table)});
 }
 
-void Expressions::BeginList() {
-    sawAggregate_ = false;
-    bareColumn_.clear();
-}
-
-void Expressions::EndList() const {
-    if (sawAggregate_ && !bareColumn_.empty()) Fail(Err::kBareColumn, bareColumn_);
+std::string Expressions::SelectList() {
+    std::string list = in_.TakeList([this] {
+        std::string value = Value();
+        if (in_.TakeIf("AS") || in_.IsName()) value += " AS " + QuoteName(in_.TakeName());
+        return value;
+    });
+    if (sawAggregate_ && !bareColumn_.empty()) Fail(kBareColumn, bareColumn_);
+    return list;
 }
 
 std::string Expressions::Condition() {
@@ -67,29 +71,24 @@ std::string Expressions::Condition() {
         sql += Value();
         if (in_.TakeIf("IS")) {
             sql += in_.TakeIf("NOT") ? " IS NOT NULL" : " IS NULL";
-            in_.Expect("NULL");
+            in_.Take("NULL");
         }
-        if (in_.Is("NOT") && (in_.Is("IN", 1) || in_.Is("LIKE", 1))) sql += " " + in_.Take().key;
-        if (in_.TakeIf("IN")) {
-            in_.Expect("(");
-            sql += " IN (" + ValuesUpToBracket() + ")";
-        }
+        if ((in_.Is("IN", 1) || in_.Is("LIKE", 1)) && in_.TakeIf("NOT")) sql += " NOT";
+        if (in_.TakeIf("IN")) sql += " IN " + Values();
         if (std::ranges::count(kConnectors, in_.Peek().key) == 0) return sql;
-        sql += " " + in_.Take().key + " ";
+        sql += " " + in_.Peek().key + " ";
+        in_.TakeAny();
     }
 }
 
-std::string Expressions::ValuesUpToBracket() {
-    std::string sql = Value();
-    while (in_.TakeIf(",")) sql += "," + Value();
-    in_.Expect(")");
-    return sql;
+std::string Expressions::Values() {
+    return in_.TakeBrackets([this] { return Value(); });
 }
 
 std::string Expressions::Value() {
     std::string sql = Product();
     while (in_.Is("+") || in_.Is("-")) {
-        const std::string sign = in_.Take().key;
+        const std::string sign = in_.TakeAny();
         sql = "ms_calc('" + sign + "'," + sql + "," + Product() + ")";
     }
     return sql;
@@ -104,100 +103,79 @@ std::string Expressions::Product() {
 std::string Expressions::Factor() {
     if (in_.TakeIf("-")) return "-" + in_.TakeNumber();
     std::string sql = Operand();
-    while (in_.TakeIf("COLLATE")) {
-        TakeCollation(in_);
-        sql += " COLLATE MS";
-    }
+    while (TakeCollation(in_)) sql += " COLLATE MS";
     return sql;
 }
 
 std::string Expressions::Operand() {
     const Token& token = in_.Peek();
-    if (token.kind == TokenKind::kText) return "(" + QuoteText(in_.Take().text) + " COLLATE MS)";
-    if (token.kind == TokenKind::kNumber) return in_.Take().text;
+    if (token.kind == TokenKind::kText) return "(" + QuoteText(in_.TakeAny()) + " COLLATE MS)";
+    if (token.kind == TokenKind::kNumber) return in_.TakeAny();
     if (in_.TakeIf("?")) return "(?" + token.text + " COLLATE MS)";
     if (in_.TakeIf("NULL")) return "NULL";
     if (in_.TakeIf("@@TRANCOUNT")) return session_.Db().InTransaction() ? "1" : "0";
     if (in_.TakeIf("CASE")) return Case();
-    if (in_.TakeIf("CONVERT")) return ConvertCall();
-    if (in_.TakeIf("(")) {
-        const std::string sql = "(" + Condition() + ")";
-        in_.Expect(")");
-        return sql;
-    }
-    if (in_.Is("(", 1)) return in_.TakeIf("CAST") ? CastCall() : Call();
-    return ColumnName();
+    if (in_.Is("CONVERT") || (in_.Is("CAST") && in_.Is("(", 1))) return Cast(in_.TakeAny().size() > 4);
+    if (in_.Is("(")) return in_.TakeBrackets([this] { return Condition(); });
+    return in_.Is("(", 1) ? Call() : ColumnName();
 }
 
 std::string Expressions::Case() {
     std::string sql = "CASE";
     while (in_.TakeIf("WHEN")) {
         sql += " WHEN " + Condition();
-        in_.Expect("THEN");
+        in_.Take("THEN");
         sql += " THEN " + Value();
     }
     if (in_.TakeIf("ELSE")) sql += " ELSE " + Value();
-    in_.Expect("END");
+    in_.Take("END");
     return sql + " END";
 }
 
-/// A text column that fits is its own CAST; left alone it keeps its index.
-std::string Expressions::Cast(const std::string& value, std::size_t valueStart, std::size_t valueEnd,
-                              const Type& to) const {
-    if (lastColumn_.start == valueStart && lastColumn_.end == valueEnd) {
-        for (const Source& source : sources_) {
-            if (!lastColumn_.source.empty() && UpperAscii(lastColumn_.source) != UpperAscii(source.name))
-                continue;
-            const auto type = session_.Db().ColumnType(source.table, lastColumn_.name);
-            if (type) {
-                if (FitsUncut(*type, to)) return value;
-                break;
-            }
-        }
+/// CAST(value AS type) or CONVERT(type, value), whose word is taken already.
+std::string Expressions::Cast(bool isConvert) {
+    Type to{};
+    in_.Take("(");
+    if (isConvert) {
+        to = TakeType(in_, kCastLength);
+        in_.Take(",");
     }
-    const std::string call = "ms_cast(" + value + "," + std::to_string(static_cast<int>(to.kind)) + "," +
-                             std::to_string(to.length) + ")";
-    return IsText(to.kind) ? "(" + call + " COLLATE MS)" : call;
-}
-
-std::string Expressions::CastCall() {
-    constexpr int kDefaultLength = 30;
-    in_.Expect("(");
     const std::size_t start = in_.At();
     const std::string value = Value();
-    const std::size_t end = in_.At();
-    in_.Expect("AS");
-    const Type to = TakeType(in_, kDefaultLength);
-    in_.Expect(")");
-    return Cast(value, start, end, to);
+    const bool isColumn = lastColumn_.start == start && lastColumn_.end == in_.At();
+    if (!isConvert) {
+        in_.Take("AS");
+        to = TakeType(in_, kCastLength);
+    }
+    in_.Take(")");
+    if (isColumn && FitsColumn(to)) return value;
+    const std::string call = to.Call("ms_cast", value);
+    return to.word->family == Family::kText ? "(" + call + " COLLATE MS)" : call;
 }
 
-std::string Expressions::ConvertCall() {
-    constexpr int kDefaultLength = 30;
-    in_.Expect("(");
-    const Type to = TakeType(in_, kDefaultLength);
-    in_.Expect(",");
-    const std::size_t start = in_.At();
-    const std::string value = Value();
-    const std::size_t end = in_.At();
-    in_.Expect(")");
-    return Cast(value, start, end, to);
+/// Whether the last column is its own CAST; left alone it keeps its index.
+bool Expressions::FitsColumn(const Type& to) const {
+    for (const Source& source : sources_) {
+        if (!lastColumn_.source.empty() && UpperAscii(lastColumn_.source) != UpperAscii(source.name))
+            continue;
+        const auto type = session_.Db().ColumnType(source.table, lastColumn_.name);
+        if (type) return FitsUncut(*type, to);
+    }
+    return false;
 }
 
 std::string Expressions::Call() {
     const std::string name = in_.TakeName(), key = UpperAscii(name);
-    in_.Expect("(");
+    in_.Take("(");
     if (key == "DB_NAME" && in_.TakeIf(")"))
         return "(" + QuoteText(session_.Names().Current()) + " COLLATE MS)";
-    const auto* row = std::find_if(std::begin(kFunctions), std::end(kFunctions),
-                                   [&](const FunctionRow& function) { return key == function.name; });
-    if (row == std::end(kFunctions)) Fail(Err::kUnknownFunction, name);
-    const bool outer = inAggregate_;
-    inAggregate_ = outer || row->aggregate;
+    const auto* row = std::ranges::find(kFunctions, key, &FunctionRow::name);
+    if (row == std::end(kFunctions)) Fail(kUnknownFunction, name);
+    const bool outer = std::exchange(inAggregate_, inAggregate_ || row->aggregate);
     sawAggregate_ = sawAggregate_ || row->aggregate;
     const bool countsRows = key.starts_with("COUNT") && in_.TakeIf("*");
     const std::string argument = countsRows ? "*" : Value();
-    in_.Expect(")");
+    in_.Take(")");
     inAggregate_ = outer;
     return row->before + argument + row->behind;
 }

@@ -3,14 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "session.h"
+#include "server.h"
 #include "tokens.h"
 
 namespace standin {
 
-/// Rewrites the expressions of one statement for SQLite: texts and parameters under the collation MS, CAST
-/// and CONVERT and the operators + - * as functions, names in quotation marks. Only what is known here
-/// passes; SQLite's own words are names at most.
+/// Rewrites the expressions of one statement for SQLite: texts and parameters under the collation MS, CAST,
+/// CONVERT and the operators + - * as functions, names in quotation marks. Only what is known here passes, so
+/// that SQLite's own words are names at most.
 class Expressions {
 public:
     Expressions(Session& session, TokenReader& in) : session_(session), in_(in) {}
@@ -20,13 +20,11 @@ public:
 
     std::string Value();
     std::string Condition();
+    std::string Values();  // in brackets
 
-    /// Values parted by commas, up to the closing bracket, which is taken too.
-    std::string ValuesUpToBracket();
-
-    /// Starts a select list, and ends it. @throws SqlError 8120 where it mixes columns and aggregates.
-    void BeginList();
-    void EndList() const;
+    /// The values of a select list, with their names. @throws SqlError 8120 where it mixes columns and
+    /// aggregates.
+    std::string SelectList();
 
 private:
     struct Source {
@@ -41,12 +39,10 @@ private:
     std::string Factor();
     std::string Operand();
     std::string Case();
-    std::string Cast(const std::string& value, std::size_t valueStart, std::size_t valueEnd,
-                     const Type& to) const;
-    std::string CastCall();
-    std::string ConvertCall();
+    std::string Cast(bool isConvert);
     std::string Call();
     std::string ColumnName();
+    bool FitsColumn(const Type& to) const;
 
     Session& session_;
     TokenReader& in_;
@@ -60,7 +56,8 @@ private:
 /// Reads a type: nvarchar(50), int, decimal(38,0). @param defaultLength  of a text type without a length.
 Type TakeType(TokenReader& in, int defaultLength);
 
-/// Reads the name of a collation. @throws SqlError 448 for any but Chinese_PRC_CI_AS and DATABASE_DEFAULT.
-void TakeCollation(TokenReader& in);
+/// Reads COLLATE and its name, if it follows. @throws SqlError 448 for any but Chinese_PRC_CI_AS and
+/// DATABASE_DEFAULT.
+bool TakeCollation(TokenReader& in);
 
 }  // namespace standin

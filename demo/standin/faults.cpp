@@ -131,7 +131,7 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
     const std::string path = serverDirectory + "/faults.txt";
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
-    if (!plan.badLine.empty()) Fail(Err::kFaultLine, plan.badLine);
+    if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
     const int call = ++plan.calls[static_cast<std::size_t>(point)];
     std::vector<Fault> met;
     for (const Fault& fault : plan.faults) {

@@ -3,14 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-
-#include "statement.h"
 
 namespace standin {
 namespace {
@@ -63,24 +60,8 @@ Handle::~Handle() {
     if (!staysCounted_) Counts().Change(kind_, -1);
 }
 
-const std::string& Handle::DriverName() const {
-    static const std::string name = "ODBC Driver for SQL Server";
-    return name;
-}
-
-void Handle::Add(const DiagRecord& record) {
-    DiagRecord shown = record;
-    if (record.origin != Origin::kVerbatim) {
-        const char* server = record.origin == Origin::kServer ? "[SQL Server]" : "";
-        shown.text = "[Microsoft][" + DriverName() + "]" + server + record.text;
-    }
-    records_.push_back(std::move(shown));
-}
-
 void Handle::AddInFront(const std::vector<DiagRecord>& records) {
-    const auto warnings = static_cast<std::ptrdiff_t>(records_.size());
-    for (const DiagRecord& record : records) Add(record);
-    std::rotate(records_.begin(), records_.begin() + warnings, records_.end());
+    records_.insert(records_.begin(), records.begin(), records.end());
 }
 
 Connection::Connection() : Handle(HandleKind::kConnection) {}
@@ -88,17 +69,15 @@ Connection::~Connection() = default;
 
 void Connection::Connect(std::string_view connectionString) {
     static std::atomic<int> connections = 0;
-    std::vector<DiagRecord> warnings;
-    login_ = ReadConnectionString(connectionString, warnings);
-    directory_ = FindServer(login_.server);
+    const Login login = ReadConnectionString(connectionString);
+    directory_ = FindServer(login.server);
     number_ = ++connections;
-    Note("attempt", login_.driver + " " + login_.timeoutSeconds);
+    Note("attempt", login.driver + " " + login.timeoutSeconds);
     CountCall(directory_, Point::kConnect);
-    session_ = std::make_unique<Session>(directory_, login_);
+    session_ = std::make_unique<Session>(directory_, login);
     dead_ = false;
-    Note("connect", login_.database);
-    Add(MakeRecord(Err::kContextChanged, session_->Names().Current()));
-    for (const DiagRecord& warning : warnings) Add(warning);
+    Note("connect", login.database);
+    Warn(kContextChanged, session_->Names().Current());
 }
 
 void Connection::Disconnect() {
@@ -111,8 +90,8 @@ void Connection::Disconnect() {
 }
 
 Session& Connection::Open() {
-    if (dead_) Fail(Err::kDead);
-    if (!session_) Fail(Err::kNotConnected);
+    if (dead_) Fail(kDead);
+    if (!session_) Fail(kNotConnected);
     return *session_;
 }
 
@@ -121,15 +100,11 @@ void Connection::Count(Point point) {
     try {
         CountCall(directory_, point);
     } catch (const ConnectionDied&) {
-        Die();
+        CloseCursors();
+        session_.reset();
+        dead_ = true;
         throw;
     }
-}
-
-void Connection::Die() {
-    for (const auto& statement : statements_) statement->Forget();
-    session_.reset();
-    dead_ = true;
 }
 
 void Connection::CloseCursors() {
@@ -147,11 +122,7 @@ void Connection::EndTransaction(bool commit) {
     Count(commit ? Point::kCommit : Point::kRollback);
     Note(commit ? "commit" : "rollback");
     CloseCursors();
-    if (commit) {
-        Open().Commit();
-    } else {
-        Open().Rollback();
-    }
+    Open().End(commit ? "COMMIT" : "ROLLBACK");
 }
 
 Statement* Connection::NewStatement() {
@@ -164,7 +135,7 @@ void Connection::FreeStatement(const Statement* statement) {
 }
 
 void Connection::Claim(const Statement* statement) {
-    if (busy_ != nullptr && busy_ != statement) Fail(Err::kBusy);
+    if (busy_ != nullptr && busy_ != statement) Fail(kBusy);
     busy_ = statement;
 }
 

@@ -2,37 +2,24 @@
 
 #include <string>
 
-#include "expressions.h"
+#include "server.h"
+#include "tokens.h"
 
 namespace standin {
 
-/// Rewrites one statement that reads or changes rows as SQLite SQL. Serves one statement.
-class Rewriter {
-public:
-    Rewriter(Session& session, TokenReader& in) : session_(session), in_(in), expressions_(session, in) {}
-
-    /// @throws SqlError for what T-SQL or the stand-in does not know, 208, 207, 942.
-    std::string Select();
-    std::string Insert();
-    std::string Update();
-    std::string Delete();
-
-    /// SELECT 1 or SELECT 0 for the condition of an IF.
-    std::string Test();
-
-private:
-    std::string List();
-    std::string Sources();
-    std::string Source();
-    std::string Rows();
-    std::string Target();
-    std::string Where();
-    std::string OrderBy();
-    std::string Stored(const std::string& table, const std::string& column, const std::string& value) const;
-
-    Session& session_;
-    TokenReader& in_;
-    Expressions expressions_;
+struct Rewritten {
+    std::string sql;
+    std::string hints;  // of its tables, in upper case, joined by commas
 };
+
+/// Rewrites one SELECT, INSERT, UPDATE or DELETE, or the condition of an IF as a query for 1 or 0.
+/// @throws SqlError for what T-SQL or the stand-in does not know, 207, 208, 942.
+Rewritten RewriteStatement(Session& session, TokenReader& in);
+std::string RewriteTest(Session& session, TokenReader& in);
+
+/// Runs one statement that defines something or steers the session: CREATE, ALTER and DROP DATABASE, CREATE
+/// SCHEMA, TABLE and INDEX, USE, SET LOCK_TIMEOUT, ROLLBACK TRANSACTION. @throws SqlError 102 for any other
+/// statement.
+void RunCommand(Session& session, TokenReader& in);
 
 }  // namespace standin

@@ -1,9 +1,69 @@
-#include "statement.h"
+#include <algorithm>
+#include <cstring>
 
-#include "commands.h"
+#include "handles.h"
 #include "rewrite.h"
+#include "text.h"
 
 namespace standin {
+namespace {
+
+constexpr SQLLEN kUnit = sizeof(char16_t);
+
+/// A parameter's text; nothing for NULL. @throws SqlError 22001 for a text longer than its column.
+std::optional<std::string> ReadParameter(const ParameterBinding& binding) {
+    const SQLLEN bytes = binding.indicator == nullptr ? SQL_NTS : *binding.indicator;
+    if (bytes == SQL_NULL_DATA || binding.value == nullptr) return std::nullopt;
+    std::string text = ReadWide(binding.value, bytes == SQL_NTS ? bytes : bytes / kUnit);
+    if (binding.size > 0 && TextLength(text, true) > binding.size) Fail(kParameterLength);
+    return text;
+}
+
+std::int64_t WholeNumber(const Cell& cell) {
+    std::int64_t value = 0;
+    const Reading reading = ReadInteger(Render(cell), value);
+    if (reading == Reading::kTooLarge) Fail(kNumberRange);
+    if (reading == Reading::kNoNumber) Fail(kNotANumber);
+    return value;
+}
+
+/// Writes a value of a row to the caller. @return false for a text that was cut.
+bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
+    SQLLEN length = SQL_NULL_DATA;
+    bool fits = true;
+    if (std::holds_alternative<std::monostate>(cell)) {
+        if (binding.indicator == nullptr) Fail(kIndicator);
+    } else if (binding.cType == SQL_C_SBIGINT) {
+        const std::int64_t number = WholeNumber(cell);
+        std::memcpy(binding.value, &number, sizeof number);
+        length = sizeof number;
+    } else {
+        const std::u16string text = ToUtf16(Render(cell));
+        fits = WriteWide(text, binding.value, binding.bytes / kUnit);
+        length = static_cast<SQLLEN>(text.size()) * kUnit;
+    }
+    if (binding.indicator != nullptr) *binding.indicator = length;
+    return fits;
+}
+
+}  // namespace
+
+std::string ReadWide(const SQLWCHAR* text, SQLLEN length) {
+    if (text == nullptr) return {};
+    const auto* units = reinterpret_cast<const char16_t*>(text);
+    return ToUtf8(length == SQL_NTS ? std::u16string_view(units)
+                                    : std::u16string_view(units, static_cast<std::size_t>(length)));
+}
+
+bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcept {
+    if (buffer == nullptr) return true;
+    if (room <= 0) return false;
+    const std::size_t count = std::min(text.size(), static_cast<std::size_t>(room) - 1);
+    auto* units = static_cast<char16_t*>(buffer);
+    std::copy_n(text.data(), count, units);
+    units[count] = u'\0';
+    return count == text.size();
+}
 
 void Statement::Prepare(const std::string& sql) {
     Close();
@@ -15,133 +75,109 @@ void Statement::Prepare(const std::string& sql) {
 }
 
 SQLRETURN Statement::Execute() {
-    if (!prepared_) Fail(Err::kSequence);
+    if (!prepared_) Fail(kSequence);
     Close();
     connection_.Note("execute", text_);
-    std::string hints;
-    for (const Tokens& tokens : batch_) hints += (hints.empty() ? "" : ",") + HintsOf(tokens);
-    if (!hints.empty()) connection_.Note("hints", hints);
-    connection_.Open();
     connection_.Claim(this);
     next_ = 0;
     return Run();
 }
 
-SQLRETURN Statement::Run() {
-    rowCount_ = -1;
-    try {
-        while (next_ < batch_.size() && !open_) RunOne(batch_[next_++]);
-    } catch (const SqlError&) {
-        Close();
-        throw;
-    }
-    if (!open_) connection_.Release(this);
-    return rowCount_ == 0 ? SQL_NO_DATA : SQL_SUCCESS;
-}
-
 SQLRETURN Statement::MoreResults() {
     const std::size_t next = next_;
     Close();
+    if (next >= batch_.size()) return SQL_NO_DATA;
     next_ = next;
-    if (next_ >= batch_.size()) return SQL_NO_DATA;
     connection_.Claim(this);
     Run();
     return SQL_SUCCESS;
 }
 
+/// Runs the batch from its next statement up to one with rows.
+SQLRETURN Statement::Run() {
+    bool changed = true;
+    try {
+        while (next_ < batch_.size() && !cursor_) changed = RunOne(batch_[next_++]);
+    } catch (const SqlError&) {
+        Close();
+        throw;
+    }
+    if (!cursor_) connection_.Release(this);
+    return changed ? SQL_SUCCESS : SQL_NO_DATA;
+}
+
 void Statement::Close() {
-    if (compiled_) sqlite3_reset(compiled_.get());
-    connection_.Release(this);
+    cursor_.reset();
+    atEnd_ = false;
     next_ = batch_.size();
-    open_ = atEnd_ = false;
+    connection_.Release(this);
 }
 
-void Statement::Forget() {
-    Close();
-    compiled_.reset();
-    compiledText_.clear();
-}
-
-void Statement::RunOne(const Tokens& tokens) {
+/// @return false for a change that met no row.
+bool Statement::RunOne(const Tokens& tokens) {
     Session& session = connection_.Open();
+    Sqlite& db = session.Db();
     TokenReader in(tokens);
-    Rewriter rewriter(session, in);
     if (in.TakeIf("IF")) {
-        Compile(rewriter.Test());
-        session.Db().Step(compiled_.get());
-        const bool holds = sqlite3_column_int(compiled_.get(), 0) != 0;
-        sqlite3_reset(compiled_.get());
-        if (!holds) return;
+        const SqliteStmt test = Compile(RewriteTest(session, in));
+        db.Step(test.get());
+        if (sqlite3_column_int(test.get(), 0) == 0) return true;
     }
     const bool reads = in.Is("SELECT");
-    if (reads || in.Is("INSERT") || in.Is("UPDATE") || in.Is("DELETE")) {
-        session.EnterStatement();
-        const std::string sql = reads             ? rewriter.Select()
-                                : in.Is("INSERT") ? rewriter.Insert()
-                                : in.Is("UPDATE") ? rewriter.Update()
-                                                  : rewriter.Delete();
-        in.ExpectEnd();
-        if (!reads) return RunChange(sql);
-        Compile(sql);
-        rowCount_ = -1;
-        open_ = true;
-    } else {
+    if (!reads && !in.Is("INSERT") && !in.Is("UPDATE") && !in.Is("DELETE")) {
         RunCommand(session, in);
+        return true;
     }
-}
-
-void Statement::Compile(const std::string& sql) {
-    if (compiled_ && compiledText_ == sql) {
-        sqlite3_reset(compiled_.get());
+    const Rewritten rewritten = RewriteStatement(session, in);
+    if (!rewritten.hints.empty()) connection_.Note("hints", rewritten.hints);
+    session.EnterStatement();
+    int changes = 1;
+    if (reads) {
+        cursor_ = Compile(rewritten.sql);
     } else {
-        compiled_ = connection_.Open().Db().Prepare(sql);
-        compiledText_ = sql;
+        db.RunAtomically([&] {
+            db.Step(Compile(rewritten.sql).get());
+            changes = db.Changes();
+        });
     }
-    for (int i = 1; i <= sqlite3_bind_parameter_count(compiled_.get()); ++i) {
-        const auto found = parameters_.find(static_cast<SQLUSMALLINT>(i));
-        if (found == parameters_.end()) Fail(Err::kParameterMissing);
-        BindCell(compiled_.get(), i, ReadParameter(found->second));
-    }
+    return changes > 0;
 }
 
-void Statement::RunChange(const std::string& sql) {
-    Sqlite& db = connection_.Open().Db();
-    ChangeScope scope(db);
-    Compile(sql);
-    db.Step(compiled_.get());
-    rowCount_ = static_cast<SQLLEN>(db.Changes());
-    sqlite3_reset(compiled_.get());
-    scope.Done();
+SqliteStmt Statement::Compile(const std::string& sql) {
+    SqliteStmt stmt = connection_.Open().Db().Prepare(sql);
+    for (int i = 1; i <= sqlite3_bind_parameter_count(stmt.get()); ++i) {
+        const auto found = parameters_.find(static_cast<SQLUSMALLINT>(i));
+        if (found == parameters_.end()) Fail(kParameters);
+        if (const auto text = ReadParameter(found->second)) BindText(stmt.get(), i, *text);
+    }
+    return stmt;
 }
 
 SQLSMALLINT Statement::ColumnCount() const {
-    return open_ ? static_cast<SQLSMALLINT>(sqlite3_column_count(compiled_.get())) : SQLSMALLINT{0};
+    return static_cast<SQLSMALLINT>(cursor_ ? sqlite3_column_count(cursor_.get()) : 0);
 }
 
 SQLRETURN Statement::Fetch() {
-    if (!open_) Fail(Err::kCursor);
-    Sqlite& db = connection_.Open().Db();
-    bool onRow = false;
+    if (!cursor_) Fail(kCursor);
     try {
-        onRow = !atEnd_ && db.Step(compiled_.get());
+        atEnd_ = atEnd_ || !connection_.Open().Db().Step(cursor_.get());
     } catch (const SqlError&) {
         atEnd_ = true;  // the server sends nothing behind an error
-        sqlite3_reset(compiled_.get());
         throw;
     }
-    if (!onRow) {
-        atEnd_ = true;
-        sqlite3_reset(compiled_.get());
+    if (atEnd_) {
+        sqlite3_reset(cursor_.get());
         if (next_ >= batch_.size()) connection_.Release(this);
         return SQL_NO_DATA;
     }
-    SQLRETURN result = SQL_SUCCESS;
+    bool fits = true;
     for (const auto& [number, binding] : columns_) {
-        if (number == 0 || number > ColumnCount()) Fail(Err::kColumnNumber);
-        const Cell cell = ColumnCell(compiled_.get(), number - 1);
-        if (WriteValue(*this, cell, binding) != SQL_SUCCESS) result = SQL_SUCCESS_WITH_INFO;
+        if (number == 0 || number > ColumnCount()) Fail(kColumnNumber);
+        if (WriteCell(ColumnCell(cursor_.get(), number - 1), binding)) continue;
+        Warn(kTruncated);
+        fits = false;
     }
-    return result;
+    return fits ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO;
 }
 
 }  // namespace standin

@@ -9,20 +9,13 @@
 namespace standin {
 namespace {
 
-/// T-SQL's reserved words as far as they can stand where a name could.
-constexpr std::string_view kReserved[] = {
-    "ADD",      "ALL",       "ALTER",    "AND",      "ANY",      "AS",       "ASC",    "BEGIN",  "BETWEEN",
-    "BY",       "CASE",      "CHECK",    "COLLATE",  "COMMIT",   "CONVERT",  "CREATE", "CROSS",  "CURSOR",
-    "DATABASE", "DECLARE",   "DEFAULT",  "DELETE",   "DESC",     "DISTINCT", "DROP",   "ELSE",   "END",
-    "ESCAPE",   "EXCEPT",    "EXEC",     "EXECUTE",  "EXISTS",   "FETCH",    "FOR",    "FROM",   "FULL",
-    "GO",       "GRANT",     "GROUP",    "HAVING",   "IDENTITY", "IF",       "IN",     "INDEX",  "INNER",
-    "INSERT",   "INTERSECT", "INTO",     "IS",       "JOIN",     "KEY",      "LEFT",   "LIKE",   "MERGE",
-    "NOT",      "NULL",      "OF",       "ON",       "OPTION",   "OR",       "ORDER",  "OUTER",  "OVER",
-    "PRIMARY",  "RETURN",    "RIGHT",    "ROLLBACK", "SCHEMA",   "SELECT",   "SET",    "TABLE",  "THEN",
-    "TO",       "TOP",       "TRUNCATE", "UNION",    "UNIQUE",   "UPDATE",   "USE",    "VALUES", "VIEW",
-    "WHEN",     "WHERE",     "WHILE",    "WITH"};
-
-constexpr std::string_view kHints[] = {"HOLDLOCK", "UPDLOCK"};
+/// T-SQL's reserved words, as far as one could be taken for a name by mistake.
+constexpr std::string_view kReserved =
+    " ALTER AND AS ASC BETWEEN BY CASE COLLATE COMMIT CONVERT CREATE CROSS DELETE DESC DROP ELSE END ESCAPE "
+    "EXCEPT "
+    "EXEC EXISTS FOR FROM FULL GROUP HAVING IDENTITY IF IN INNER INSERT INTO IS JOIN KEY LEFT LIKE NOT NULL "
+    "ON OPTION "
+    "OR ORDER OUTER OVER PRIMARY RIGHT SELECT SET TABLE THEN TOP UNION UPDATE VALUES WHEN WHERE WITH ";
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -56,7 +49,7 @@ public:
         const std::string_view two = sql_.substr(at_, 2);
         const bool isPair = two == "<>" || two == "<=" || two == ">=" || two == "!=";
         const std::string symbol(two.substr(0, isPair ? 2 : 1));
-        if (std::string_view("()<>=!+-*,.;?").find(c) == std::string_view::npos) Fail(Err::kSyntax, symbol);
+        if (std::string_view("()<>=!+-*,.;?").find(c) == std::string_view::npos) Fail(kSyntax, symbol);
         at_ += symbol.size();
         return {TokenKind::kSymbol, symbol, symbol};
     }
@@ -78,7 +71,7 @@ private:
             const bool isLine = rest.starts_with("--");
             if (!isLine && !rest.starts_with("/*")) return;
             const std::size_t end = rest.find(isLine ? "\n" : "*/", 2);
-            if (end == std::string_view::npos && !isLine) Fail(Err::kSyntax, rest);
+            if (end == std::string_view::npos && !isLine) Fail(kSyntax, rest);
             at_ = end == std::string_view::npos ? sql_.size() : at_ + end + (isLine ? 1 : 2);
         }
     }
@@ -94,14 +87,13 @@ private:
             if (sql_[at_] == close) ++at_;
             text += sql_[at_];
         }
-        Fail(Err::kOpenText, text);
+        Fail(kOpenText, text);
     }
 
     Token TakeNumber() {
         Token token{TokenKind::kNumber, TakeWhile(IsDigit), {}};
         constexpr std::size_t kDigitsOfBigInt = 18;
-        if (IsLetter(At(0)) || At(0) == '.' || token.text.size() > kDigitsOfBigInt)
-            Fail(Err::kSyntax, token.text);
+        if (IsLetter(At(0)) || At(0) == '.' || token.text.size() > kDigitsOfBigInt) Fail(kSyntax, token.text);
         return token;
     }
 
@@ -128,68 +120,59 @@ std::vector<Tokens> SplitStatements(std::string_view sql) {
     return statements;
 }
 
-std::string HintsOf(const Tokens& tokens) {
-    std::string hints;
-    for (std::size_t i = 0; i + 1 < tokens.size(); ++i) {
-        if (tokens[i].key != "WITH" || tokens[i + 1].key != "(") continue;
-        for (i += 2; tokens[i].kind == TokenKind::kWord || tokens[i].key == ","; ++i) {
-            const Token& token = tokens[i];
-            if (token.kind != TokenKind::kWord) continue;
-            if (std::ranges::count(kHints, token.key) == 0) Fail(Err::kUnknownHint, token.text);
-            hints += (hints.empty() ? "" : ",") + token.key;
-        }
-    }
-    return hints;
-}
-
 const Token& TokenReader::Peek(std::size_t ahead) const {
     return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
 }
 
-const Token& TokenReader::Take() {
-    const Token& token = Peek();
-    if (token.kind != TokenKind::kEnd) ++at_;
-    return token;
-}
-
 bool TokenReader::TakeIf(std::string_view key) {
     const bool is = Is(key);
-    if (is) Take();
+    if (is) ++at_;
     return is;
 }
 
-void TokenReader::Expect(std::string_view key) {
+void TokenReader::Take(std::string_view key) {
     if (!TakeIf(key)) FailHere();
 }
 
-bool TokenReader::IsName() const {
-    const Token& token = Peek();
-    return token.kind == TokenKind::kName || (token.kind == TokenKind::kWord && token.key[0] != '@' &&
-                                              std::ranges::count(kReserved, token.key) == 0);
+void TokenReader::SkipTo(std::string_view key) {
+    for (int depth = 0; Peek().kind != TokenKind::kEnd && (depth > 0 || !Is(key)); ++at_) {
+        depth += Is("(") ? 1 : Is(")") ? -1 : 0;
+    }
 }
 
-std::string TokenReader::TakeName() {
-    if (!IsName()) FailHere();
-    return Take().text;
-}
-
-std::vector<std::string> TokenReader::TakeDottedName() {
-    std::vector<std::string> parts{TakeName()};
-    while (parts.size() < 3 && TakeIf(".")) parts.push_back(TakeName());
-    return parts;
+std::string TokenReader::TakeAny() {
+    if (Peek().kind == TokenKind::kEnd) FailHere();
+    return tokens_[at_++].text;
 }
 
 std::string TokenReader::TakeNumber() {
     if (Peek().kind != TokenKind::kNumber) FailHere();
-    return Take().text;
+    return TakeAny();
+}
+
+void TokenReader::TakeEnd() const {
+    if (Peek().kind != TokenKind::kEnd) FailHere();
+}
+
+bool TokenReader::IsName() const {
+    const Token& token = Peek();
+    if (token.kind != TokenKind::kWord) return token.kind == TokenKind::kName;
+    return !token.key.starts_with('@') && kReserved.find(" " + token.key + " ") == kReserved.npos;
+}
+
+std::string TokenReader::TakeName() {
+    if (!IsName()) FailHere();
+    return TakeAny();
+}
+
+Name TokenReader::TakeDottedName() {
+    Name parts{TakeName()};
+    while (parts.size() < 3 && TakeIf(".")) parts.push_back(TakeName());
+    return parts;
 }
 
 void TokenReader::FailHere() const {
-    Fail(Err::kSyntax, Peek().text);
-}
-
-void TokenReader::ExpectEnd() const {
-    if (Peek().kind != TokenKind::kEnd) FailHere();
+    Fail(kSyntax, Peek().text);
 }
 
 }  // namespace standin

@@ -15,40 +15,54 @@ struct Token {
 };
 using Tokens = std::vector<Token>;
 
+/// A name of one to three parts: [[database.]schema.]table.
+using Name = std::vector<std::string>;
+
 /// Splits T-SQL into its statements, each ended by a token of the kind kEnd; statements are parted by
 /// semicolons.
 /// @throws SqlError 105 for a text or name that is not closed, 102 for what is no token.
 std::vector<Tokens> SplitStatements(std::string_view sql);
 
-/// The statement's table hints in upper case, joined by commas: "UPDLOCK,HOLDLOCK".
-std::string HintsOf(const Tokens& tokens);
-
 /// Reads a statement from left to right. Keys are bare words in upper case, or symbols.
+/// @throws SqlError 102 from every Take that does not find what it takes.
 class TokenReader {
 public:
     explicit TokenReader(const Tokens& tokens) : tokens_(tokens) {}
 
     std::size_t At() const { return at_; }
     void MoveTo(std::size_t at) { at_ = at; }
+    void SkipTo(std::string_view key);  // outside brackets; to the end where it is missing
     const Token& Peek(std::size_t ahead = 0) const;
-    const Token& Take();
     bool Is(std::string_view key, std::size_t ahead = 0) const { return Peek(ahead).key == key; }
     bool TakeIf(std::string_view key);
-    void Expect(std::string_view key);
+    void Take(std::string_view key);
+    std::string TakeAny();
+    std::string TakeNumber();  // whole, without sign
+    void TakeEnd() const;
 
     /// A name in brackets or quotation marks, or a word that T-SQL does not reserve.
     bool IsName() const;
     std::string TakeName();
-    std::vector<std::string> TakeDottedName();
+    Name TakeDottedName();
 
-    /// A whole number without sign.
-    std::string TakeNumber();
-
-    /// @throws SqlError 102 naming the next token.
-    [[noreturn]] void FailHere() const;
-    void ExpectEnd() const;
+    /// What `item` makes of the items that follow, joined by commas; in brackets: "(a,b)".
+    template <class Item>
+    std::string TakeList(Item item) {
+        std::string list = item();
+        while (TakeIf(",")) list += "," + item();
+        return list;
+    }
+    template <class Item>
+    std::string TakeBrackets(Item item) {
+        Take("(");
+        const std::string list = TakeList(item);
+        Take(")");
+        return "(" + list + ")";
+    }
 
 private:
+    [[noreturn]] void FailHere() const;
+
     const Tokens& tokens_;
     std::size_t at_ = 0;
 };

@@ -1,0 +1,218 @@
+#include "server.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "text.h"
+
+namespace standin {
+namespace {
+
+/// Reads "{a}}b}" or the plain text up to the next semicolon, and moves there.
+std::string TakeValue(std::string_view text, std::size_t& at) {
+    std::string value;
+    const bool braced = at < text.size() && text[at] == '{';
+    if (braced) {
+        for (++at; at < text.size() && (text[at] != '}' || text.substr(at, 2) == "}}"); ++at) {
+            if (text[at] == '}') ++at;
+            value.push_back(text[at]);
+        }
+    }
+    const std::size_t start = at, end = std::min(text.find(';', at), text.size());
+    at = end;
+    if (!braced) return std::string(Trim(text.substr(start, end - start)));
+    if (Trim(text.substr(start, end - start)) != "}") Fail(kConnectionString, text.substr(0, end));
+    return value;
+}
+
+/// The file of a server for somebody who may use it. @throws SqlError 18456.
+std::string FileFor(const std::string& directory, const Login& login) {
+    std::ifstream file(directory + "/server.conf");
+    std::string user, password;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("user=")) user = line.substr(5);
+        if (line.starts_with("password=")) password = line.substr(9);
+    }
+    if (CompareText(user, login.user) != 0 || password != login.password) Fail(kLoginFailed, login.user);
+    return directory + "/server.db";
+}
+
+constexpr char kPartSign = '\x1F';
+constexpr int kSystemDatabases = 4;
+
+constexpr const char* kInstall[] = {
+    R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
+    R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
+    R"(CREATE TABLE IF NOT EXISTS "~schemas"(db INTEGER, name TEXT COLLATE MS, UNIQUE(db, name)))",
+    R"(INSERT OR IGNORE INTO "~schemas" VALUES (0,'dbo'))",
+    R"(CREATE VIEW IF NOT EXISTS "~tables" AS SELECT name AS stored, substr(name, 1, instr(name, char(31)) - 1) AS db,
+    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND name LIKE '%' || char(31) || '%')",
+    R"(CREATE VIEW IF NOT EXISTS "~columns" AS SELECT db COLLATE MS AS TABLE_CATALOG,
+    substr(rest, 1, instr(rest, char(31)) - 1) COLLATE MS AS TABLE_SCHEMA,
+    substr(rest, instr(rest, char(31)) + 1) COLLATE MS AS TABLE_NAME, c.name COLLATE MS AS COLUMN_NAME,
+    c.cid + 1 AS ORDINAL_POSITION, CASE c.type WHEN 'INTEGER' THEN 'int'
+    ELSE substr(c.type, 1, instr(c.type || '(', '(') - 1) END COLLATE MS AS DATA_TYPE
+    FROM "~tables", pragma_table_xinfo(stored) c)",
+    R"(CREATE VIEW IF NOT EXISTS "~sys" AS SELECT name, id AS database_id,
+    CASE WHEN offline THEN 'OFFLINE' ELSE 'ONLINE' END COLLATE MS AS state_desc FROM "~databases")"};
+
+std::string Joined(const Name& name, char sign) {
+    std::string text;
+    for (const std::string& part : name) text += (text.empty() ? "" : std::string(1, sign)) + part;
+    return text;
+}
+
+const std::string& SchemaOf(const Name& name) {
+    static const std::string dbo = "dbo";
+    return name.size() < 2 || name[name.size() - 2].empty() ? dbo : name[name.size() - 2];
+}
+
+}  // namespace
+
+Login ReadConnectionString(std::string_view text) {
+    std::map<std::string, std::string> values;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::size_t equals = text.find('=', at);
+        const std::string keyword = UpperAscii(Trim(text.substr(at, equals - at)));
+        if (equals == text.npos || keyword.find(';') != keyword.npos) Fail(kConnectionString, keyword);
+        at = equals + 1;
+        values.emplace(keyword, TakeValue(text, at));
+    }
+    return {values["DRIVER"], values["SERVER"], values["DATABASE"],
+            values["UID"],    values["PWD"],    values["CONNECTION TIMEOUT"]};
+}
+
+std::string FindServer(const std::string& server) {
+    const char* root = std::getenv("SQLSTANDIN_ROOT");
+    const bool plain = !server.starts_with('.') && server.find('/') == server.npos;
+    if (root != nullptr && plain) {
+        std::string directory = std::string(root) + "/" + server;
+        if (std::filesystem::exists(directory + "/server.conf")) return directory;
+    }
+    throw SqlError({MakeRecord(kLoginTimeout), MakeRecord(kUnreachable, server)});
+}
+
+Session::Session(const std::string& directory, const Login& login)
+    : db_(FileFor(directory, login)), names_(db_) {
+    if (login.database.empty()) return;
+    try {
+        names_.Use(login.database);
+    } catch (const SqlError&) {
+        throw SqlError({MakeRecord(kCannotOpen, login.database), MakeRecord(kLoginFailed, login.user)});
+    }
+}
+
+void Session::SetManual(bool manual) {
+    if (!manual) End("COMMIT");
+    manual_ = manual;
+}
+
+void Session::EnterStatement() {
+    if (manual_ && !db_.InTransaction()) db_.Run("BEGIN IMMEDIATE");
+}
+
+void Session::End(const char* how) {
+    if (db_.InTransaction()) db_.Run(how);
+}
+
+Catalogue::Catalogue(Sqlite& db) : db_(db) {
+    // Asked first, so that connecting waits for nobody's transaction.
+    if (!db_.HasTable("~schemas")) {
+        db_.RunAtomically([&] {
+            for (const char* sql : kInstall) db_.Run(sql);
+        });
+    }
+    find_ = db_.Prepare("SELECT id, name, offline FROM \"~databases\" WHERE name = ?");
+}
+
+std::optional<Catalogue::Database> Catalogue::Find(const std::string& name) {
+    // The step also makes SQLite see tables that another connection has created.
+    BindText(find_.get(), 1, name);
+    std::optional<Database> found;
+    if (db_.Step(find_.get())) {
+        found = {ColumnText(find_.get(), 0), ColumnText(find_.get(), 1),
+                 sqlite3_column_int(find_.get(), 2) != 0};
+    }
+    sqlite3_reset(find_.get());
+    return found;
+}
+
+void Catalogue::Use(const std::string& name) {
+    const auto database = Find(name);
+    if (!database) Fail(kUnknownDatabase, name);
+    if (database->offline) Fail(kOffline, name);
+    current_ = database->name;
+}
+
+Catalogue::Database Catalogue::Open(const Name& name) {
+    const std::string& database = name.size() == 3 ? name[0] : current_;
+    const auto found = Find(database);
+    if (!found) Fail(kUnknownObject, Joined(name, '.'));
+    if (found->offline) Fail(kOffline, database);
+    return *found;
+}
+
+std::string Catalogue::Table(const Name& name) {
+    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
+    if (db_.HasTable(stored)) return stored;
+    if (View(name)) Fail(kSystemObject);
+    Fail(kUnknownObject, Joined(name, '.'));
+}
+
+std::string Catalogue::NewTable(const Name& name) {
+    const Database database = Open(name);
+    const std::string& schema = SchemaOf(name);
+    const SqliteStmt found = db_.Prepare("SELECT 1 FROM \"~schemas\" WHERE db IN (0, " + database.id +
+                                         ") AND name = " + QuoteText(schema));
+    if (!db_.Step(found.get())) Fail(kUnknownSchema, schema);
+    std::string stored = Joined({database.name, schema, name.back()}, kPartSign);
+    if (db_.HasTable(stored)) Fail(kObjectExists, name.back());
+    return stored;
+}
+
+std::optional<std::string> Catalogue::View(const Name& name) {
+    const std::string schema = UpperAscii(SchemaOf(name)), view = UpperAscii(name.back());
+    if (schema == "SYS" && view == "DATABASES") return R"("~sys")";
+    if (schema != "INFORMATION_SCHEMA" || view != "COLUMNS") return std::nullopt;
+    return R"((SELECT * FROM "~columns" WHERE TABLE_CATALOG = )" + QuoteText(Open(name).name) + ")";
+}
+
+void Catalogue::CreateDatabase(const std::string& name) {
+    if (Find(name)) Fail(kDatabaseExists, name);
+    db_.Run("INSERT INTO \"~databases\"(name, offline) VALUES (" + QuoteText(name) + ", 0)");
+}
+
+Catalogue::Database Catalogue::OwnDatabase(const std::string& name, const Error& missing) {
+    const auto database = Find(name);
+    if (!database) Fail(missing, name);
+    if (std::stoi(database->id) <= kSystemDatabases) Fail(kSystemDatabase, name);
+    return *database;
+}
+
+void Catalogue::DropDatabase(const std::string& name) {
+    const Database database = OwnDatabase(name, kCannotDrop);
+    if (database.name == current_) Fail(kInUse, name);
+    std::vector<std::string> tables;
+    {
+        const SqliteStmt stmt =
+            db_.Prepare("SELECT stored FROM \"~tables\" WHERE db = " + QuoteText(database.name));
+        while (db_.Step(stmt.get())) tables.push_back(ColumnText(stmt.get(), 0));
+    }  // an open cursor would keep the tables locked
+    for (const std::string& table : tables) db_.Run("DROP TABLE " + QuoteName(table));
+    db_.Run("DELETE FROM \"~schemas\" WHERE db = " + database.id);
+    db_.Run("DELETE FROM \"~databases\" WHERE id = " + database.id);
+}
+
+void Catalogue::SetOffline(const std::string& name, bool offline) {
+    const Database database = OwnDatabase(name, kCannotAlter);
+    db_.Run("UPDATE \"~databases\" SET offline = " + std::to_string(offline) + " WHERE id = " + database.id);
+}
+
+void Catalogue::CreateSchema(const std::string& name) {
+    db_.Run("INSERT OR IGNORE INTO \"~schemas\" VALUES (" + Open({name}).id + ", " + QuoteText(name) + ")");
+    if (db_.Changes() == 0) Fail(kObjectExists, name);
+}
+
+}  // namespace standin
