@@ -68,7 +68,8 @@ ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
     });
 }
 
-/// The version of ODBC that the application wants; without this call the driver manager takes a driver for an old one.
+/// The version of ODBC that the application wants; without this call the driver manager takes a driver for an
+/// old one.
 ODBC_ENTRY SQLSetEnvAttr(SQLHENV env, SQLINTEGER, SQLPOINTER, SQLINTEGER) {
     return Call<Handle>(env, [](Handle&) -> SQLRETURN { return SQL_SUCCESS; });
 }
@@ -209,8 +210,8 @@ ODBC_ENTRY SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT number, SQLWCH
 }
 
 /// The driver manager reads no error of a statement unless this function is there as well.
-ODBC_ENTRY SQLGetDiagFieldW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT, SQLSMALLINT field, SQLPOINTER out, SQLSMALLINT,
-                            SQLSMALLINT*) {
+ODBC_ENTRY SQLGetDiagFieldW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT, SQLSMALLINT field, SQLPOINTER out,
+                            SQLSMALLINT, SQLSMALLINT*) {
     return CallKeeping<Handle>(raw, [&](const Handle& handle) -> SQLRETURN {
         if (field != SQL_DIAG_NUMBER) return SQL_ERROR;
         return Give(static_cast<SQLINTEGER>(handle.Records().size()), out);

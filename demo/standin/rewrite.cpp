@@ -1,7 +1,6 @@
 #include "rewrite.h"
 
 #include "expressions.h"
-#include "text.h"
 
 namespace standin {
 namespace {
@@ -28,7 +27,9 @@ private:
         if (in_.TakeIf("TOP")) limit = " LIMIT " + in_.TakeBrackets([this] { return in_.TakeNumber(); });
         // The tables first: the types of their columns decide how the list is written.
         const std::size_t list = in_.At();
-        in_.SkipTo("FROM");
+        for (int depth = 0; !in_.IsEnd() && (depth > 0 || !in_.Is("FROM")); in_.TakeAny()) {
+            depth += in_.Is("(") ? 1 : in_.Is(")") ? -1 : 0;
+        }
         const std::string from = in_.TakeIf("FROM") ? " FROM " + Sources() : "";
         const std::size_t rest = in_.At();
         in_.MoveTo(list);

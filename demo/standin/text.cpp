@@ -4,7 +4,6 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -19,58 +18,33 @@ std::size_t UnitsOf(char c, bool wide) noexcept {
     return byte >= (wide ? 0xF0 : 0x80) ? 2 : 1;
 }
 
-constexpr unsigned char kNoRank = 0;
-
-/// ICU's Chinese collator, and the order that it gives the printable ASCII characters. These have no accents
-/// and form no contractions, so two texts of such characters alone compare character by character as ICU
-/// compares them.
-class Collator {
-public:
-    Collator() {
-        UErrorCode status = U_ZERO_ERROR;
-        icu_.reset(ucol_open("zh", &status));
-        ucol_setStrength(icu_.get(), UCOL_SECONDARY);
-        ucol_setReorderCodes(icu_.get(), nullptr, 0, &status);  // ICU puts Han characters before letters
-        if (U_FAILURE(status)) std::abort();                    // the system's collation data are missing
-        std::array<char16_t, 0x7F - 0x20> order{};
-        for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<char16_t>(0x20 + i);
-        std::sort(order.begin(), order.end(), [this](char16_t a, char16_t b) { return Units(a, b) < 0; });
-        unsigned char rank = kNoRank;
-        for (std::size_t i = 0; i < order.size(); ++i) {
-            if (i == 0 || Units(order[i - 1], order[i]) != 0) ++rank;
-            ranks_[order[i]] = rank;
-        }
-    }
-
-    unsigned char RankOf(unsigned c) const noexcept { return c < ranks_.size() ? ranks_[c] : kNoRank; }
-
-    int Texts(std::string_view a, std::string_view b) const noexcept {
-        UErrorCode status = U_ZERO_ERROR;
-        return ucol_strcollUTF8(icu_.get(), a.data(), static_cast<std::int32_t>(a.size()), b.data(),
-                                static_cast<std::int32_t>(b.size()), &status);
-    }
-
-    int Units(char16_t a, char16_t b) const noexcept { return ucol_strcoll(icu_.get(), &a, 1, &b, 1); }
-
-private:
+/// ICU's Chinese collator, taking what differs in case, width or kana alone for equal.
+UCollator* Collator() {
     struct Close {
         void operator()(UCollator* icu) const noexcept { ucol_close(icu); }
     };
-    std::unique_ptr<UCollator, Close> icu_;
-    std::array<unsigned char, 0x7F> ranks_{};
-};
+    static const std::unique_ptr<UCollator, Close> collator = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<UCollator, Close> icu(ucol_open("zh", &status));
+        ucol_setStrength(icu.get(), UCOL_SECONDARY);
+        ucol_setReorderCodes(icu.get(), nullptr, 0, &status);  // ICU puts Han characters before letters
+        if (U_FAILURE(status)) std::abort();                   // ICU's data are missing
+        return icu;
+    }();
+    return collator.get();
+}
 
-const Collator& TheCollator() {
-    static const Collator collator;
-    return collator;
+/// The order of the digits and letters of ASCII, as ICU gives it; 0 for every other character.
+int PlainOrder(unsigned c) noexcept {
+    if (c >= 'A' && c <= 'Z') return static_cast<int>(c - 'A' + 'a');
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ? static_cast<int>(c) : 0;
 }
 
 int CompareUnits(char16_t a, char16_t b) noexcept {
-    const Collator& collator = TheCollator();
     const auto isSurrogate = [](char16_t unit) { return (unit & 0xF800) == 0xD800; };
-    const int left = collator.RankOf(a), right = collator.RankOf(b);
-    if (left != kNoRank && right != kNoRank) return left - right;
-    return a == b || isSurrogate(a) || isSurrogate(b) ? a - b : collator.Units(a, b);
+    const int left = PlainOrder(a), right = PlainOrder(b);
+    if (left != 0 && right != 0) return left - right;
+    return a == b || isSurrogate(a) || isSurrogate(b) ? a - b : ucol_strcoll(Collator(), &a, 1, &b, 1);
 }
 
 /// The next character of a LIKE pattern, by itself or behind the escape character.
@@ -158,22 +132,20 @@ std::string UpperAscii(std::string_view text) {
 }
 
 int CompareText(std::string_view a, std::string_view b) noexcept {
-    const Collator& collator = TheCollator();
     a = TrimEnd(a);
     b = TrimEnd(b);
-    int difference = 0;
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        const int left = collator.RankOf(static_cast<unsigned char>(a[i]));
-        const int right = collator.RankOf(static_cast<unsigned char>(b[i]));
-        if (left == kNoRank || right == kNoRank) return collator.Texts(a, b);
-        if (difference == 0) difference = left - right;
+    // Most texts are digits and letters: their first difference decides, without ICU.
+    for (std::size_t i = 0; i <= std::max(a.size(), b.size()); ++i) {
+        const bool aEnds = i == a.size(), bEnds = i == b.size();
+        if (aEnds && bEnds) return 0;
+        const int left = aEnds ? 0 : PlainOrder(static_cast<unsigned char>(a[i]));
+        const int right = bEnds ? 0 : PlainOrder(static_cast<unsigned char>(b[i]));
+        if ((left == 0 && !aEnds) || (right == 0 && !bEnds)) break;
+        if (left != right) return left - right;
     }
-    for (const char c : (a.size() > common ? a : b).substr(common)) {
-        if (collator.RankOf(static_cast<unsigned char>(c)) == kNoRank) return collator.Texts(a, b);
-    }
-    if (difference != 0) return difference;
-    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
+    UErrorCode status = U_ZERO_ERROR;
+    return ucol_strcollUTF8(Collator(), a.data(), static_cast<std::int32_t>(a.size()), b.data(),
+                            static_cast<std::int32_t>(b.size()), &status);
 }
 
 bool LikeMatches(std::u16string_view value, std::u16string_view pattern, char16_t escape) noexcept {

@@ -1,8 +1,5 @@
 #include "tokens.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "errors.h"
 #include "text.h"
 
@@ -12,9 +9,9 @@ namespace {
 /// T-SQL's reserved words, as far as one could be taken for a name by mistake.
 constexpr std::string_view kReserved =
     " ALTER AND AS ASC BETWEEN BY CASE COLLATE COMMIT CONVERT CREATE CROSS DELETE DESC DROP ELSE END ESCAPE "
-    "EXCEPT "
-    "EXEC EXISTS FOR FROM FULL GROUP HAVING IDENTITY IF IN INNER INSERT INTO IS JOIN KEY LEFT LIKE NOT NULL "
-    "ON OPTION "
+    "EXEC "
+    "EXISTS FOR FROM FULL GROUP HAVING IDENTITY IF IN INNER INSERT INTO IS JOIN KEY LEFT LIKE NOT NULL ON "
+    "OPTION "
     "OR ORDER OUTER OVER PRIMARY RIGHT SELECT SET TABLE THEN TOP UNION UPDATE VALUES WHEN WHERE WITH ";
 
 bool IsDigit(char c) {
@@ -38,9 +35,8 @@ public:
         if (at_ >= sql_.size()) return {};
         if ((c == 'N' || c == 'n') && At(1) == '\'') ++at_;
         if (At(0) == '\'') return {TokenKind::kText, TakeQuoted('\''), {}};
-        if (c == '[') return {TokenKind::kName, TakeQuoted(']'), {}};
-        if (c == '"') return {TokenKind::kName, TakeQuoted('"'), {}};
-        if (IsDigit(c)) return TakeNumber();
+        if (c == '[' || c == '"') return {TokenKind::kName, TakeQuoted(c == '[' ? ']' : c), {}};
+        if (IsDigit(c)) return {TokenKind::kNumber, TakeNumber(), {}};
         if (IsLetter(c)) {
             std::string word = TakeWhile([](char x) { return IsLetter(x) || IsDigit(x) || x == '$'; });
             std::string key = UpperAscii(word);
@@ -90,11 +86,11 @@ private:
         Fail(kOpenText, text);
     }
 
-    Token TakeNumber() {
-        Token token{TokenKind::kNumber, TakeWhile(IsDigit), {}};
+    std::string TakeNumber() {
+        std::string number = TakeWhile(IsDigit);
         constexpr std::size_t kDigitsOfBigInt = 18;
-        if (IsLetter(At(0)) || At(0) == '.' || token.text.size() > kDigitsOfBigInt) Fail(kSyntax, token.text);
-        return token;
+        if (IsLetter(At(0)) || At(0) == '.' || number.size() > kDigitsOfBigInt) Fail(kSyntax, number);
+        return number;
     }
 
     std::string_view sql_;
@@ -120,8 +116,9 @@ std::vector<Tokens> SplitStatements(std::string_view sql) {
     return statements;
 }
 
-const Token& TokenReader::Peek(std::size_t ahead) const {
-    return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
+std::string TokenReader::TakeWhere(bool good) {
+    if (!good) Fail(kSyntax, Peek().text);
+    return tokens_[at_++].text;
 }
 
 bool TokenReader::TakeIf(std::string_view key) {
@@ -130,28 +127,8 @@ bool TokenReader::TakeIf(std::string_view key) {
     return is;
 }
 
-void TokenReader::Take(std::string_view key) {
-    if (!TakeIf(key)) FailHere();
-}
-
-void TokenReader::SkipTo(std::string_view key) {
-    for (int depth = 0; Peek().kind != TokenKind::kEnd && (depth > 0 || !Is(key)); ++at_) {
-        depth += Is("(") ? 1 : Is(")") ? -1 : 0;
-    }
-}
-
-std::string TokenReader::TakeAny() {
-    if (Peek().kind == TokenKind::kEnd) FailHere();
-    return tokens_[at_++].text;
-}
-
-std::string TokenReader::TakeNumber() {
-    if (Peek().kind != TokenKind::kNumber) FailHere();
-    return TakeAny();
-}
-
-void TokenReader::TakeEnd() const {
-    if (Peek().kind != TokenKind::kEnd) FailHere();
+void TokenReader::TakeEnd() {
+    if (!IsEnd()) TakeWhere(false);
 }
 
 bool TokenReader::IsName() const {
@@ -160,19 +137,10 @@ bool TokenReader::IsName() const {
     return !token.key.starts_with('@') && kReserved.find(" " + token.key + " ") == kReserved.npos;
 }
 
-std::string TokenReader::TakeName() {
-    if (!IsName()) FailHere();
-    return TakeAny();
-}
-
 Name TokenReader::TakeDottedName() {
     Name parts{TakeName()};
     while (parts.size() < 3 && TakeIf(".")) parts.push_back(TakeName());
     return parts;
-}
-
-void TokenReader::FailHere() const {
-    Fail(kSyntax, Peek().text);
 }
 
 }  // namespace standin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,19 +32,22 @@ public:
 
     std::size_t At() const { return at_; }
     void MoveTo(std::size_t at) { at_ = at; }
-    void SkipTo(std::string_view key);  // outside brackets; to the end where it is missing
-    const Token& Peek(std::size_t ahead = 0) const;
+    const Token& Peek(std::size_t ahead = 0) const {
+        return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
+    }
     bool Is(std::string_view key, std::size_t ahead = 0) const { return Peek(ahead).key == key; }
-    bool TakeIf(std::string_view key);
-    void Take(std::string_view key);
-    std::string TakeAny();
-    std::string TakeNumber();  // whole, without sign
-    void TakeEnd() const;
+    bool IsEnd() const { return Peek().kind == TokenKind::kEnd; }
 
     /// A name in brackets or quotation marks, or a word that T-SQL does not reserve.
     bool IsName() const;
-    std::string TakeName();
+
+    bool TakeIf(std::string_view key);
+    void Take(std::string_view key) { TakeWhere(Is(key)); }
+    std::string TakeAny() { return TakeWhere(!IsEnd()); }
+    std::string TakeName() { return TakeWhere(IsName()); }
+    std::string TakeNumber() { return TakeWhere(Peek().kind == TokenKind::kNumber); }
     Name TakeDottedName();
+    void TakeEnd();
 
     /// What `item` makes of the items that follow, joined by commas; in brackets: "(a,b)".
     template <class Item>
@@ -61,7 +65,7 @@ public:
     }
 
 private:
-    [[noreturn]] void FailHere() const;
+    std::string TakeWhere(bool good);
 
     const Tokens& tokens_;
     std::size_t at_ = 0;
