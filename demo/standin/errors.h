@@ -42,13 +42,10 @@ constexpr Error kPrimaryKey{"23000", 2627,
 constexpr Error kTooLong{"22001", 2628, "String or binary data would be truncated. Truncated value: '%'."};
 constexpr Error kObjectExists{"42S01", 2714, "There is already an object named '%' in the database."};
 constexpr Error kUnknownType{"42000", 2715, "Cannot find data type %."};
-constexpr Error kUnknownSchema{"42000", 2760, "The specified schema name \"%\" does not exist."};
 constexpr Error kCannotDrop{"42S02", 3701, "Cannot drop the database '%', because it does not exist."};
 constexpr Error kInUse{"42000", 3702, "Cannot drop database \"%\" because it is currently in use."};
-constexpr Error kSystemDatabase{"42000", 3708, "Cannot change '%' because it is a system database."};
 constexpr Error kNoTransaction{"42000", 3903, "ROLLBACK TRANSACTION has no corresponding transaction."};
 constexpr Error kCannotOpen{"42000", 4060, "Cannot open database \"%\" requested by the login."};
-constexpr Error kCannotAlter{"42000", 5011, "Cannot alter database '%', because it does not exist."};
 constexpr Error kContextChanged{"01000", 5701, "Changed database context to '%'."};
 constexpr Error kNumeric{"42000", 8114, "Error converting data type nvarchar to numeric."};
 constexpr Error kOverflow{"22003", 8115, "Arithmetic overflow error converting expression to data type %."};
@@ -58,7 +55,7 @@ constexpr Error kStatementFailed{"42000", 50000, "The stand-in could not run the
 
 constexpr Error kLoginTimeout{"HYT00", 0, "Login timeout expired"};
 constexpr Error kUnreachable{"08001", 0, "Server % is not found or not accessible."};
-constexpr Error kConnectionString{"08001", 0, "Invalid value specified for connection string attribute '%'"};
+constexpr Error kConnectionString{"08001", 0, "Invalid connection string attribute"};
 constexpr Error kNotConnected{"08003", 0, "Connection not open"};
 constexpr Error kDead{"08S01", 0, "Communication link failure"};
 constexpr Error kTruncated{"01004", 0, "String data, right truncation"};
@@ -83,7 +80,18 @@ struct DiagRecord {
 };
 
 /// The record of an error, with the driver's prefix in front of its sentence.
-DiagRecord MakeRecord(const Error& error, std::string_view first = {}, std::string_view second = {});
+inline DiagRecord MakeRecord(const Error& error, std::string_view first = {}, std::string_view second = {}) {
+    std::string text = "[Microsoft][ODBC Driver for SQL Server]";
+    if (error.native != 0) text += "[SQL Server]";
+    for (const char c : std::string_view(error.sentence)) {
+        if (c == '%') {
+            text += std::exchange(first, second);
+        } else {
+            text += c;
+        }
+    }
+    return {error.state, error.native, std::move(text)};
+}
 
 /// A failed call. A fault that a test asked for may carry no record at all.
 class SqlError : public std::exception {
@@ -96,6 +104,8 @@ private:
     std::vector<DiagRecord> records_;
 };
 
-[[noreturn]] void Fail(const Error& error, std::string_view first = {}, std::string_view second = {});
+[[noreturn]] inline void Fail(const Error& error, std::string_view first = {}, std::string_view second = {}) {
+    throw SqlError({MakeRecord(error, first, second)});
+}
 
 }  // namespace standin

@@ -101,10 +101,7 @@ public:
 
     std::string Value() {
         std::string sql = Product();
-        while (in_.Is("+") || in_.Is("-")) {
-            const std::string sign = in_.TakeAny();
-            sql = "ms_calc('" + sign + "'," + sql + "," + Product() + ")";
-        }
+        while (in_.TakeIf("+")) sql = "ms_calc('+'," + sql + "," + Product() + ")";
         return sql;
     }
 
@@ -113,8 +110,7 @@ private:
         std::string name, table;
     };
     struct Column {
-        std::size_t start = 0, end = 0;  // its tokens
-        std::string source, name;
+        std::string source, name, sql;
     };
 
     std::string Product() {
@@ -163,15 +159,13 @@ private:
             to = TakeType(in_, kCastLength);
             in_.Take(",");
         }
-        const std::size_t start = in_.At();
         const std::string value = Value();
-        const bool isColumn = lastColumn_.start == start && lastColumn_.end == in_.At();
         if (!isConvert) {
             in_.Take("AS");
             to = TakeType(in_, kCastLength);
         }
         in_.Take(")");
-        if (isColumn && FitsColumn(to)) return value;
+        if (value == lastColumn_.sql && FitsColumn(to)) return value;
         const std::string call = to.Call("ms_cast", value);
         return to.word->family == Family::kText ? "(" + call + " COLLATE MS)" : call;
     }
@@ -190,8 +184,7 @@ private:
     std::string Call() {
         const std::string name = in_.TakeName(), key = UpperAscii(name);
         in_.Take("(");
-        if (key == "DB_NAME" && in_.TakeIf(")"))
-            return "(" + QuoteText(session_.Names().Current()) + " COLLATE MS)";
+        if (key == "DB_NAME" && in_.TakeIf(")")) return "(" + QuoteText(session_.Current()) + " COLLATE MS)";
         const auto* row = std::ranges::find(kFunctions, key, &FunctionRow::name);
         if (row == std::end(kFunctions)) Fail(kUnknownFunction, name);
         const bool outer = std::exchange(inAggregate_, inAggregate_ || row->aggregate);
@@ -204,12 +197,12 @@ private:
     }
 
     std::string ColumnName() {
-        Column column{in_.At(), 0, {}, in_.TakeName()};
+        Column column{{}, in_.TakeName(), {}};
         if (in_.TakeIf(".")) column.source = std::exchange(column.name, in_.TakeName());
-        column.end = in_.At();
+        column.sql = (column.source.empty() ? "" : QuoteName(column.source) + ".") + QuoteName(column.name);
         if (!inAggregate_) bareColumn_ = column.name;
         lastColumn_ = column;
-        return (column.source.empty() ? "" : QuoteName(column.source) + ".") + QuoteName(column.name);
+        return column.sql;
     }
 
     Session& session_;

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
 #include <fstream>
@@ -20,12 +19,11 @@
 namespace standin {
 namespace {
 
-constexpr std::string_view kPointNames[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
-                                            "commit",  "rollback",  "manual",  "auto", "disconnect"};
-static_assert(std::size(kPointNames) == static_cast<std::size_t>(Point::kDisconnect) + 1);
+constexpr std::string_view kPoints[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
+                                        "commit",  "rollback",  "manual",  "auto", "disconnect"};
 
 struct Fault {
-    Point point = Point::kConnect;
+    std::string point;
     int first = 1;
     int last = 1;
     bool dies = false;
@@ -40,7 +38,7 @@ struct Plan {
     Stamp stamp{};
     std::vector<Fault> faults;
     std::string badLine;
-    std::array<int, std::size(kPointNames)> calls{};
+    std::map<std::string, int> calls;  // by their points
 };
 
 Stamp StampOf(const std::string& path) {
@@ -65,19 +63,17 @@ bool ReadFault(const std::string& line, Fault& fault) {
         std::getline(fields, field, '\t');
         return field;
     };
-    std::string word = next();
-    const bool slow = word == "slow";
-    fault.dies = word == "die";
-    if (slow || fault.dies) word = next();
-    const auto* const name = std::ranges::find(kPointNames, word);
-    fault.point = static_cast<Point>(name - std::begin(kPointNames));
+    fault.point = next();
+    const bool slow = fault.point == "slow";
+    fault.dies = fault.point == "die";
+    if (slow || fault.dies) fault.point = next();
     std::string range = next();
     if (range == "*") range = "1+";
     const bool open = range.ends_with('+');
     if (open) range.pop_back();
     fault.first = ReadNumber(range);
     fault.last = open ? std::numeric_limits<int>::max() : fault.first;
-    if (name == std::end(kPointNames) || fault.first < 1 || isEnd()) return false;
+    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1 || isEnd()) return false;
     if (slow) {
         fault.sleep = ReadNumber(next());
         return fault.sleep >= 0 && isEnd();
@@ -110,7 +106,7 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
 }
 
 /// The faults that this call meets; the lock is not held while they are carried out.
-std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
+std::vector<Fault> MeetFaults(const std::string& serverDirectory, const std::string& point) {
     static std::mutex mutex;
     static std::map<std::string, Plan> plans;
     const std::lock_guard lock(mutex);
@@ -118,7 +114,7 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
     if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
-    const int call = ++plan.calls[static_cast<std::size_t>(point)];
+    const int call = ++plan.calls[point];
     std::vector<Fault> met;
     for (const Fault& fault : plan.faults) {
         if (fault.point == point && call >= fault.first && call <= fault.last) met.push_back(fault);
@@ -128,7 +124,7 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
 
 }  // namespace
 
-void CountCall(const std::string& serverDirectory, Point point) {
+void CountCall(const std::string& serverDirectory, const std::string& point) {
     const std::vector<Fault> faults = MeetFaults(serverDirectory, point);
     for (const Fault& fault : faults) {
         if (fault.sleep >= 0) std::this_thread::sleep_for(std::chrono::milliseconds(fault.sleep));

@@ -99,21 +99,21 @@ void Handle::AddInFront(const std::vector<DiagRecord>& records) {
 Connection::Connection() : Handle(HandleKind::kConnection) {}
 Connection::~Connection() = default;
 
-void Connection::Connect(std::string_view connectionString) {
+void Connection::Connect(const std::string& connectionString) {
     static std::atomic<int> connections = 0;
     const Login login = ReadConnectionString(connectionString);
     directory_ = FindServer(login.server);
     number_ = ++connections;
     Note("attempt", login.driver + " " + login.timeoutSeconds);
-    CountCall(directory_, Point::kConnect);
+    CountCall(directory_, "connect");
     session_ = std::make_unique<Session>(directory_, login);
     dead_ = false;
     Note("connect", login.database);
-    Warn(kContextChanged, session_->Names().Current());
+    Warn(kContextChanged, session_->Current());
 }
 
 void Connection::Disconnect() {
-    if (!dead_) Count(Point::kDisconnect);
+    if (!dead_) Count("disconnect");
     Note("disconnect", std::to_string(statements_.size()));
     for (const auto& statement : statements_) statement->StayCounted();
     statements_.clear();
@@ -127,7 +127,7 @@ Session& Connection::Open() {
     return *session_;
 }
 
-void Connection::Count(Point point) {
+void Connection::Count(const char* point) {
     Open();
     try {
         CountCall(directory_, point);
@@ -144,21 +144,23 @@ void Connection::CloseCursors() {
 }
 
 void Connection::SetManual(bool manual) {
-    Count(manual ? Point::kManual : Point::kAuto);
-    Note(manual ? "manual" : "auto");
+    const char* const event = manual ? "manual" : "auto";
+    Count(event);
+    Note(event);
     CloseCursors();
     Open().SetManual(manual);
 }
 
 void Connection::EndTransaction(bool commit) {
-    Count(commit ? Point::kCommit : Point::kRollback);
-    Note(commit ? "commit" : "rollback");
+    const char* const event = commit ? "commit" : "rollback";
+    Count(event);
+    Note(event);
     CloseCursors();
-    Open().End(commit ? "COMMIT" : "ROLLBACK");
+    Open().End(event);
 }
 
 Statement* Connection::NewStatement() {
-    Count(Point::kStatement);
+    Count("statement");
     return statements_.emplace_back(std::make_unique<Statement>(*this)).get();
 }
 

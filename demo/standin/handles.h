@@ -50,7 +50,7 @@ public:
     Connection();
     ~Connection() override;
 
-    void Connect(std::string_view connectionString);
+    void Connect(const std::string& connectionString);
     void Disconnect();
     bool IsConnected() const { return session_ != nullptr || dead_; }
     bool IsDead() const { return dead_; }
@@ -63,7 +63,7 @@ public:
     Session& Open();
 
     /// Counts a call that a test may make fail; a fault of the kind "die" takes the connection down.
-    void Count(Point point);
+    void Count(const char* point);
     void Note(const char* event, const std::string& text = {}) { Trace(directory_, number_, event, text); }
 
     Statement* NewStatement();

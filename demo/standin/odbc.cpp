@@ -70,8 +70,8 @@ ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
 
 /// The version of ODBC that the application wants; without this call the driver manager takes a driver for an
 /// old one.
-ODBC_ENTRY SQLSetEnvAttr(SQLHENV env, SQLINTEGER, SQLPOINTER, SQLINTEGER) {
-    return Call<Handle>(env, [](Handle&) -> SQLRETURN { return SQL_SUCCESS; });
+ODBC_ENTRY SQLSetEnvAttr(SQLHENV, SQLINTEGER, SQLPOINTER, SQLINTEGER) {
+    return SQL_SUCCESS;
 }
 
 ODBC_ENTRY SQLFreeHandle(SQLSMALLINT, SQLHANDLE raw) {
@@ -138,7 +138,7 @@ ODBC_ENTRY SQLGetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER valu
 ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
         const std::string text = ReadWide(sql, length);
-        statement.Owner().Count(Point::kPrepare);
+        statement.Owner().Count("prepare");
         statement.Owner().Note("prepare", text);
         statement.Prepare(text);
         return SQL_SUCCESS;
@@ -147,14 +147,14 @@ ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
 
 ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
     return Call<Statement>(stmt, [](Statement& statement) {
-        statement.Owner().Count(Point::kExecute);
+        statement.Owner().Count("execute");
         return statement.Execute();
     });
 }
 
 ODBC_ENTRY SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) {
-        statement.Owner().Count(Point::kExecute);
+        statement.Owner().Count("execute");
         statement.Prepare(ReadWide(sql, length));
         return statement.Execute();
     });
@@ -164,7 +164,7 @@ ODBC_ENTRY SQLBindParameter(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT dire
                             SQLSMALLINT, SQLULEN size, SQLSMALLINT, SQLPOINTER value, SQLLEN,
                             SQLLEN* indicator) {
     return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
-        statement.Owner().Count(Point::kBind);
+        statement.Owner().Count("bind");
         if (direction != SQL_PARAM_INPUT || cType != SQL_C_WCHAR) Fail(kNotImplemented);
         statement.Bind(number, ParameterBinding{size, static_cast<const SQLWCHAR*>(value), indicator});
         return SQL_SUCCESS;
@@ -183,7 +183,7 @@ ODBC_ENTRY SQLBindCol(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT cType, SQL
 
 ODBC_ENTRY SQLFetch(SQLHSTMT stmt) {
     return Call<Statement>(stmt, [](Statement& statement) {
-        statement.Owner().Count(Point::kFetch);
+        statement.Owner().Count("fetch");
         return statement.Fetch();
     });
 }
@@ -209,11 +209,8 @@ ODBC_ENTRY SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT number, SQLWCH
     });
 }
 
-/// The driver manager reads no error of a statement unless this function is there as well.
-ODBC_ENTRY SQLGetDiagFieldW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT, SQLSMALLINT field, SQLPOINTER out,
-                            SQLSMALLINT, SQLSMALLINT*) {
-    return CallKeeping<Handle>(raw, [&](const Handle& handle) -> SQLRETURN {
-        if (field != SQL_DIAG_NUMBER) return SQL_ERROR;
-        return Give(static_cast<SQLINTEGER>(handle.Records().size()), out);
-    });
+/// The driver manager reads no error of a statement where this function is missing; it never calls it.
+ODBC_ENTRY SQLGetDiagFieldW(SQLSMALLINT, SQLHANDLE, SQLSMALLINT, SQLSMALLINT, SQLPOINTER, SQLSMALLINT,
+                            SQLSMALLINT*) {
+    return SQL_ERROR;
 }

@@ -70,8 +70,8 @@ private:
     std::string Source() {
         if (in_.TakeIf("(")) return Rows();
         const Name name = in_.TakeDottedName();
-        const auto view = session_.Names().View(name);
-        const std::string table = view ? "" : session_.Names().Table(name);
+        const auto view = session_.View(name);
+        const std::string table = view ? "" : session_.Table(name);
         const std::string alias = in_.TakeIf("AS") || in_.IsName() ? in_.TakeName() : name.back();
         if (in_.TakeIf("WITH")) in_.TakeBrackets([this] { return TakeHint(); });
         expressions_.AddSource(alias, table);
@@ -101,7 +101,7 @@ private:
     /// The stored name of the table that is changed.
     std::string Target() {
         const Name name = in_.TakeDottedName();
-        std::string table = session_.Names().Table(name);
+        std::string table = session_.Table(name);
         expressions_.AddSource(name.back(), table);
         return table;
     }
@@ -179,7 +179,7 @@ std::string TakeColumn(Session& session, TokenReader& in) {
 }
 
 void CreateTable(Session& session, TokenReader& in) {
-    const std::string table = QuoteName(session.Names().NewTable(in.TakeDottedName()));
+    const std::string table = QuoteName(session.NewTable(in.TakeDottedName()));
     session.Db().Run("CREATE TABLE " + table + in.TakeBrackets([&] { return TakeColumn(session, in); }));
 }
 
@@ -187,7 +187,7 @@ void CreateIndex(Session& session, TokenReader& in, const std::string& create) {
     in.Take("INDEX");
     const std::string index = in.TakeName();
     in.Take("ON");
-    const std::string table = session.Names().Table(in.TakeDottedName());
+    const std::string table = session.Table(in.TakeDottedName());
     session.Db().Run(create + QuoteName(table + "\x1F" + index) + " ON " + QuoteName(table) +
                      in.TakeBrackets([&] { return QuoteName(in.TakeName()); }));
 }
@@ -197,7 +197,7 @@ void AlterDatabase(Session& session, TokenReader& in) {
     in.Take("SET");
     const bool offline = in.TakeIf("OFFLINE");
     if (offline || in.TakeIf("ONLINE")) {
-        session.Names().SetOffline(name, offline);
+        session.SetOffline(name, offline);
     } else {
         in.Take("SINGLE_USER");  // nobody else is on a server of a test
     }
@@ -212,12 +212,12 @@ void Define(Session& session, TokenReader& in, const std::string& verb) {
         if (session.IsManual()) Fail(kInTransaction, verb);
         if (verb == "ALTER") return AlterDatabase(session, in);
         const std::string name = in.TakeName();
-        if (verb == "DROP") return session.Names().DropDatabase(name);
+        if (verb == "DROP") return session.DropDatabase(name);
         TakeCollation(in);
-        return session.Names().CreateDatabase(name);
+        return session.CreateDatabase(name);
     }
     if (verb != "CREATE") in.Take("DATABASE");
-    if (in.TakeIf("SCHEMA")) return session.Names().CreateSchema(in.TakeName());
+    if (in.TakeIf("SCHEMA")) return static_cast<void>(in.TakeName());  // a table may name any schema
     if (in.TakeIf("TABLE")) return CreateTable(session, in);
     CreateIndex(session, in, in.TakeIf("UNIQUE") ? "CREATE UNIQUE INDEX " : "CREATE INDEX ");
 }
@@ -243,7 +243,7 @@ void RunCommand(Session& session, TokenReader& in) {
     } else if (in.TakeIf("USE")) {
         const std::string name = in.TakeName();
         in.TakeEnd();
-        session.Names().Use(name);
+        session.Use(name);
     } else if (in.TakeIf("SET")) {
         in.Take("LOCK_TIMEOUT");
         const int milliseconds = std::stoi(in.TakeNumber());
@@ -254,7 +254,7 @@ void RunCommand(Session& session, TokenReader& in) {
         in.Take("TRANSACTION");
         in.TakeEnd();
         if (!session.Db().InTransaction()) Fail(kNoTransaction);
-        session.End("ROLLBACK");
+        session.End("rollback");
     }
 }
 

@@ -4,28 +4,12 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 
 #include "text.h"
 
 namespace standin {
 namespace {
-
-/// Reads "{a}}b}" or the plain text up to the next semicolon, and moves there.
-std::string TakeValue(std::string_view text, std::size_t& at) {
-    std::string value;
-    const bool braced = at < text.size() && text[at] == '{';
-    if (braced) {
-        for (++at; at < text.size() && (text[at] != '}' || text.substr(at, 2) == "}}"); ++at) {
-            if (text[at] == '}') ++at;
-            value.push_back(text[at]);
-        }
-    }
-    const std::size_t start = at, end = std::min(text.find(';', at), text.size());
-    at = end;
-    if (!braced) return std::string(Trim(text.substr(start, end - start)));
-    if (Trim(text.substr(start, end - start)) != "}") Fail(kConnectionString, text.substr(0, end));
-    return value;
-}
 
 /// The file of a server for somebody who may use it. @throws SqlError 18456.
 std::string FileFor(const std::string& directory, const Login& login) {
@@ -40,13 +24,10 @@ std::string FileFor(const std::string& directory, const Login& login) {
 }
 
 constexpr char kPartSign = '\x1F';
-constexpr int kSystemDatabases = 4;
 
 constexpr const char* kInstall[] = {
     R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
     R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
-    R"(CREATE TABLE IF NOT EXISTS "~schemas"(db INTEGER, name TEXT COLLATE MS, UNIQUE(db, name)))",
-    R"(INSERT OR IGNORE INTO "~schemas" VALUES (0,'dbo'))",
     R"(CREATE VIEW IF NOT EXISTS "~tables" AS SELECT name AS stored, substr(name, 1, instr(name, char(31)) - 1) AS db,
     substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND name LIKE '%' || char(31) || '%')",
     R"(CREATE VIEW IF NOT EXISTS "~columns" AS SELECT db COLLATE MS AS TABLE_CATALOG,
@@ -71,14 +52,16 @@ const std::string& SchemaOf(const Name& name) {
 
 }  // namespace
 
-Login ReadConnectionString(std::string_view text) {
+Login ReadConnectionString(const std::string& text) {
+    static const std::regex pair(R"(\s*([^=;]+?)\s*=\s*(?:\{((?:[^}]|\}\})*)\}|([^;{]*))\s*(?:;|$))"),
+        brace("\\}\\}");
     std::map<std::string, std::string> values;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::size_t equals = text.find('=', at);
-        const std::string keyword = UpperAscii(Trim(text.substr(at, equals - at)));
-        if (equals == text.npos || keyword.find(';') != keyword.npos) Fail(kConnectionString, keyword);
-        at = equals + 1;
-        values.emplace(keyword, TakeValue(text, at));
+    std::smatch match;
+    for (auto at = text.begin(); at != text.end(); at = match[0].second) {
+        if (!std::regex_search(at, text.end(), match, pair, std::regex_constants::match_continuous)) {
+            Fail(kConnectionString);
+        }
+        values.emplace(UpperAscii(match.str(1)), std::regex_replace(match.str(2), brace, "}") + match.str(3));
     }
     return {values["DRIVER"], values["SERVER"], values["DATABASE"],
             values["UID"],    values["PWD"],    values["CONNECTION TIMEOUT"]};
@@ -86,19 +69,22 @@ Login ReadConnectionString(std::string_view text) {
 
 std::string FindServer(const std::string& server) {
     const char* root = std::getenv("SQLSTANDIN_ROOT");
-    const bool plain = !server.starts_with('.') && server.find('/') == server.npos;
-    if (root != nullptr && plain) {
-        std::string directory = std::string(root) + "/" + server;
-        if (std::filesystem::exists(directory + "/server.conf")) return directory;
-    }
+    std::string directory = std::string(root == nullptr ? "" : root) + "/" + server;
+    if (std::filesystem::exists(directory + "/server.conf")) return directory;
     throw SqlError({MakeRecord(kLoginTimeout), MakeRecord(kUnreachable, server)});
 }
 
-Session::Session(const std::string& directory, const Login& login)
-    : db_(FileFor(directory, login)), names_(db_) {
+Session::Session(const std::string& directory, const Login& login) : db_(FileFor(directory, login)) {
+    // Asked first, so that connecting waits for nobody's transaction.
+    if (!db_.HasTable("~sys")) {
+        db_.RunAtomically([&] {
+            for (const char* sql : kInstall) db_.Run(sql);
+        });
+    }
+    find_ = db_.Prepare("SELECT id, name, offline FROM \"~databases\" WHERE name = ?");
     if (login.database.empty()) return;
     try {
-        names_.Use(login.database);
+        Use(login.database);
     } catch (const SqlError&) {
         throw SqlError({MakeRecord(kCannotOpen, login.database), MakeRecord(kLoginFailed, login.user)});
     }
@@ -117,17 +103,7 @@ void Session::End(const char* how) {
     if (db_.InTransaction()) db_.Run(how);
 }
 
-Catalogue::Catalogue(Sqlite& db) : db_(db) {
-    // Asked first, so that connecting waits for nobody's transaction.
-    if (!db_.HasTable("~schemas")) {
-        db_.RunAtomically([&] {
-            for (const char* sql : kInstall) db_.Run(sql);
-        });
-    }
-    find_ = db_.Prepare("SELECT id, name, offline FROM \"~databases\" WHERE name = ?");
-}
-
-std::optional<Catalogue::Database> Catalogue::Find(const std::string& name) {
+std::optional<Session::Database> Session::Find(const std::string& name) {
     // The step also makes SQLite see tables that another connection has created.
     BindText(find_.get(), 1, name);
     std::optional<Database> found;
@@ -139,14 +115,14 @@ std::optional<Catalogue::Database> Catalogue::Find(const std::string& name) {
     return found;
 }
 
-void Catalogue::Use(const std::string& name) {
+void Session::Use(const std::string& name) {
     const auto database = Find(name);
     if (!database) Fail(kUnknownDatabase, name);
     if (database->offline) Fail(kOffline, name);
     current_ = database->name;
 }
 
-Catalogue::Database Catalogue::Open(const Name& name) {
+Session::Database Session::Open(const Name& name) {
     const std::string& database = name.size() == 3 ? name[0] : current_;
     const auto found = Find(database);
     if (!found) Fail(kUnknownObject, Joined(name, '.'));
@@ -154,65 +130,49 @@ Catalogue::Database Catalogue::Open(const Name& name) {
     return *found;
 }
 
-std::string Catalogue::Table(const Name& name) {
+std::string Session::Table(const Name& name) {
     std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
     if (db_.HasTable(stored)) return stored;
     if (View(name)) Fail(kSystemObject);
     Fail(kUnknownObject, Joined(name, '.'));
 }
 
-std::string Catalogue::NewTable(const Name& name) {
-    const Database database = Open(name);
-    const std::string& schema = SchemaOf(name);
-    const SqliteStmt found = db_.Prepare("SELECT 1 FROM \"~schemas\" WHERE db IN (0, " + database.id +
-                                         ") AND name = " + QuoteText(schema));
-    if (!db_.Step(found.get())) Fail(kUnknownSchema, schema);
-    std::string stored = Joined({database.name, schema, name.back()}, kPartSign);
+std::string Session::NewTable(const Name& name) {
+    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
     if (db_.HasTable(stored)) Fail(kObjectExists, name.back());
     return stored;
 }
 
-std::optional<std::string> Catalogue::View(const Name& name) {
+std::optional<std::string> Session::View(const Name& name) {
     const std::string schema = UpperAscii(SchemaOf(name)), view = UpperAscii(name.back());
     if (schema == "SYS" && view == "DATABASES") return R"("~sys")";
     if (schema != "INFORMATION_SCHEMA" || view != "COLUMNS") return std::nullopt;
     return R"((SELECT * FROM "~columns" WHERE TABLE_CATALOG = )" + QuoteText(Open(name).name) + ")";
 }
 
-void Catalogue::CreateDatabase(const std::string& name) {
+void Session::CreateDatabase(const std::string& name) {
     if (Find(name)) Fail(kDatabaseExists, name);
     db_.Run("INSERT INTO \"~databases\"(name, offline) VALUES (" + QuoteText(name) + ", 0)");
 }
 
-Catalogue::Database Catalogue::OwnDatabase(const std::string& name, const Error& missing) {
+void Session::DropDatabase(const std::string& name) {
     const auto database = Find(name);
-    if (!database) Fail(missing, name);
-    if (std::stoi(database->id) <= kSystemDatabases) Fail(kSystemDatabase, name);
-    return *database;
-}
-
-void Catalogue::DropDatabase(const std::string& name) {
-    const Database database = OwnDatabase(name, kCannotDrop);
-    if (database.name == current_) Fail(kInUse, name);
+    if (!database) Fail(kCannotDrop, name);
+    if (database->name == current_) Fail(kInUse, name);
     std::vector<std::string> tables;
     {
         const SqliteStmt stmt =
-            db_.Prepare("SELECT stored FROM \"~tables\" WHERE db = " + QuoteText(database.name));
+            db_.Prepare("SELECT stored FROM \"~tables\" WHERE db = " + QuoteText(database->name));
         while (db_.Step(stmt.get())) tables.push_back(ColumnText(stmt.get(), 0));
     }  // an open cursor would keep the tables locked
     for (const std::string& table : tables) db_.Run("DROP TABLE " + QuoteName(table));
-    db_.Run("DELETE FROM \"~schemas\" WHERE db = " + database.id);
-    db_.Run("DELETE FROM \"~databases\" WHERE id = " + database.id);
+    db_.Run("DELETE FROM \"~databases\" WHERE id = " + database->id);
 }
 
-void Catalogue::SetOffline(const std::string& name, bool offline) {
-    const Database database = OwnDatabase(name, kCannotAlter);
-    db_.Run("UPDATE \"~databases\" SET offline = " + std::to_string(offline) + " WHERE id = " + database.id);
-}
-
-void Catalogue::CreateSchema(const std::string& name) {
-    db_.Run("INSERT OR IGNORE INTO \"~schemas\" VALUES (" + Open({name}).id + ", " + QuoteText(name) + ")");
-    if (db_.Changes() == 0) Fail(kObjectExists, name);
+void Session::SetOffline(const std::string& name, bool offline) {
+    db_.Run("UPDATE \"~databases\" SET offline = " + std::to_string(offline) +
+            " WHERE name = " + QuoteText(name));
+    if (db_.Changes() == 0) Fail(kUnknownDatabase, name);
 }
 
 }  // namespace standin

@@ -1,17 +1,13 @@
 #include "sqlite.h"
 
 #include <chrono>
+#include <limits>
 #include <thread>
 
 #include "text.h"
 
 namespace standin {
 namespace {
-
-std::int64_t NowInMilliseconds() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
 
 std::string Quote(std::string_view text, char quote) {
     std::string out(1, quote);
@@ -118,7 +114,7 @@ Sqlite::Sqlite(const std::string& file) {
     db_.reset(db);
     if (code != SQLITE_OK) Throw(code, "");
     RegisterFunctions();
-    sqlite3_busy_handler(db, OnBusy, this);
+    SetLockTimeout(std::numeric_limits<int>::max());
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);  // "x" is a name, never a text
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);  // closing must not wait for a lock
@@ -158,15 +154,6 @@ void Sqlite::RegisterFunctions() {
     add("like", 2, Function<LikeFunction>);
     add("like", 3, Function<LikeFunction>);
     sqlite3_create_collation(db_.get(), "MS", SQLITE_UTF8, nullptr, Collate);
-}
-
-int Sqlite::OnBusy(void* self, int count) noexcept {
-    auto& connection = *static_cast<Sqlite*>(self);
-    if (count == 0) connection.waitedSince_ = NowInMilliseconds();
-    const std::int64_t waited = NowInMilliseconds() - connection.waitedSince_;
-    if (connection.lockTimeout_ && waited >= *connection.lockTimeout_) return 0;
-    std::this_thread::sleep_for(std::chrono::milliseconds(count < 10 ? 1 : 5));
-    return 1;
 }
 
 SqliteStmt Sqlite::Prepare(const std::string& sql) {

@@ -53,20 +53,17 @@ public:
     /// The declared type of a column, or nothing.
     std::optional<Type> ColumnType(const std::string& table, const std::string& column) const;
 
-    /// Milliseconds to wait for a lock; for ever when never set.
-    void SetLockTimeout(int milliseconds) { lockTimeout_ = milliseconds; }
+    /// Milliseconds to wait for a lock; weeks when never set.
+    void SetLockTimeout(int milliseconds) { sqlite3_busy_timeout(db_.get(), milliseconds); }
 
 private:
     template <Cell (*kBody)(int count, sqlite3_value** values)>
     static void Function(sqlite3_context* context, int count, sqlite3_value** values) noexcept;
-    static int OnBusy(void* self, int count) noexcept;
     void RegisterFunctions();
     [[noreturn]] void Throw(int code, const std::string& sql);
 
     std::unique_ptr<sqlite3, CloseSqlite> db_;
     std::optional<SqlError> failure_;  // of a function, for the call that met it
-    std::optional<int> lockTimeout_;
-    std::int64_t waitedSince_ = 0;
 };
 
 }  // namespace standin

@@ -137,9 +137,8 @@ Cell Calculate(char sign, const Cell& left, const Cell& right) {
     const TypeWord& bigint = *FindType("bigint", 0).word;
     const std::int64_t a = ToInteger(left, bigint), b = ToInteger(right, bigint);
     std::int64_t result = 0;
-    const bool overflow = sign == '+'   ? __builtin_add_overflow(a, b, &result)
-                          : sign == '-' ? __builtin_sub_overflow(a, b, &result)
-                                        : __builtin_mul_overflow(a, b, &result);
+    const bool overflow =
+        sign == '+' ? __builtin_add_overflow(a, b, &result) : __builtin_mul_overflow(a, b, &result);
     if (overflow) Fail(kOverflow, bigint.name);
     return result;
 }

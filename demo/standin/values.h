@@ -53,7 +53,7 @@ Cell Cast(const Cell& cell, std::size_t type, int length);
 /// The same, but refuses a text that is too long instead of cutting it. @throws SqlError 2628 as well.
 Cell Store(const Cell& cell, std::size_t type, int length);
 
-/// The operators + - * of T-SQL: texts are joined by +, a text beside a number becomes a number.
+/// The operators + and * of T-SQL: texts are joined by +, a text beside a number becomes a number.
 /// @throws SqlError 245, 248, 8115.
 Cell Calculate(char sign, const Cell& left, const Cell& right);
 
