@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
 #include <fstream>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <sstream>
 #include <thread>
 #include <tuple>
@@ -19,11 +19,11 @@
 namespace standin {
 namespace {
 
-constexpr const char* kPointNames[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
-                                       "commit",  "rollback",  "manual",  "auto", "disconnect"};
+constexpr std::string_view kPoints[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
+                                        "commit",  "rollback",  "manual",  "auto", "disconnect"};
 
 struct Fault {
-    Point point = Point::kConnect;
+    std::string point;
     int first = 1;
     int last = 1;
     bool dies = false;
@@ -31,17 +31,14 @@ struct Fault {
     std::vector<DiagRecord> records;
 };
 
-struct Stamp {
-    std::int64_t seconds = 0, nanoseconds = 0, size = -1;
-    ino_t inode = 0;
-    bool operator==(const Stamp&) const = default;
-};
+/// Of a file's contents: seconds and nanoseconds of the last change, size, inode.
+using Stamp = std::tuple<std::int64_t, std::int64_t, std::int64_t, ino_t>;
 
 struct Plan {
-    Stamp stamp;
+    Stamp stamp{};
     std::vector<Fault> faults;
     std::string badLine;
-    std::array<int, std::size(kPointNames)> calls{};
+    std::map<std::string, int> calls;  // by their points
 };
 
 Stamp StampOf(const std::string& path) {
@@ -50,54 +47,46 @@ Stamp StampOf(const std::string& path) {
     return {info.st_mtim.tv_sec, info.st_mtim.tv_nsec, info.st_size, info.st_ino};
 }
 
-std::vector<std::string> Fields(const std::string& line) {
-    std::vector<std::string> fields;
-    std::istringstream stream(line);
-    for (std::string field; std::getline(stream, field, '\t');) fields.push_back(field);
-    return fields;
+/// A number that is not negative, or -1.
+int ReadNumber(std::string_view text) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? value : -1;
 }
 
-bool ReadNumber(std::string_view text, int& value) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
-bool ReadRange(std::string text, Fault& fault) {
-    constexpr int kForEver = 1 << 30;
-    if (text == "*") return fault.last = kForEver, true;
-    const bool open = !text.empty() && text.back() == '+';
-    if (open) text.pop_back();
-    if (!ReadNumber(text, fault.first) || fault.first < 1) return false;
-    fault.last = open ? kForEver : fault.first;
-    return true;
-}
-
-bool ReadRecords(const std::vector<std::string>& fields, std::size_t at, Fault& fault) {
-    if (at < fields.size() && fields[at] == "-") return at + 1 == fields.size();
-    for (; at < fields.size(); at += 3) {
-        DiagRecord record{fields[at], 0, "", Origin::kVerbatim};
-        if (at + 1 >= fields.size() || record.state.size() != 5 ||
-            !ReadNumber(fields[at + 1], record.native)) {
-            return false;
-        }
-        if (at + 2 < fields.size()) record.text = fields[at + 2];
+/// Reads one line of faults.txt. @return false where it cannot be read.
+bool ReadFault(const std::string& line, Fault& fault) {
+    std::istringstream fields(line);
+    const auto isEnd = [&] { return fields.peek() == std::istringstream::traits_type::eof(); };
+    const auto next = [&] {
+        std::string field;
+        std::getline(fields, field, '\t');
+        return field;
+    };
+    fault.point = next();
+    const bool slow = fault.point == "slow";
+    fault.dies = fault.point == "die";
+    if (slow || fault.dies) fault.point = next();
+    std::string range = next();
+    if (range == "*") range = "1+";
+    const bool open = range.ends_with('+');
+    if (open) range.pop_back();
+    fault.first = ReadNumber(range);
+    fault.last = open ? std::numeric_limits<int>::max() : fault.first;
+    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1 || isEnd()) return false;
+    if (slow) {
+        fault.sleep = ReadNumber(next());
+        return fault.sleep >= 0 && isEnd();
+    }
+    for (bool first = true; first || !isEnd(); first = false) {
+        DiagRecord record{next(), 0, {}};
+        if (first && record.state == "-") return isEnd();
+        record.native = ReadNumber(next());
+        record.text = next();
+        if (record.state.size() != 5 || record.native < 0) return false;
         fault.records.push_back(std::move(record));
     }
-    return !fault.records.empty();
-}
-
-std::optional<Fault> ReadFault(const std::vector<std::string>& fields) {
-    Fault fault;
-    const bool slow = fields[0] == "slow";
-    fault.dies = fields[0] == "die";
-    const std::size_t at = slow || fault.dies ? 1 : 0;
-    if (fields.size() < at + 3 || !ReadRange(fields[at + 1], fault)) return std::nullopt;
-    const auto* name = std::find(std::begin(kPointNames), std::end(kPointNames), fields[at]);
-    if (name == std::end(kPointNames)) return std::nullopt;
-    fault.point = static_cast<Point>(name - std::begin(kPointNames));
-    const bool good = slow ? fields.size() == 4 && ReadNumber(fields[3], fault.sleep) && fault.sleep >= 0
-                           : ReadRecords(fields, at + 2, fault);
-    return good ? std::optional(std::move(fault)) : std::nullopt;
+    return true;
 }
 
 Plan ReadPlan(const std::string& path, const Stamp& stamp) {
@@ -105,11 +94,11 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     plan.stamp = stamp;
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.empty()) continue;
-        if (auto fault = ReadFault(Fields(line))) {
-            plan.faults.push_back(std::move(*fault));
-        } else {
+        if (line.ends_with('\r')) line.pop_back();
+        Fault fault;
+        if (ReadFault(line, fault)) {
+            plan.faults.push_back(std::move(fault));
+        } else if (!line.empty()) {
             plan.badLine = line;
         }
     }
@@ -117,17 +106,15 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
 }
 
 /// The faults that this call meets; the lock is not held while they are carried out.
-std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
+std::vector<Fault> MeetFaults(const std::string& serverDirectory, const std::string& point) {
     static std::mutex mutex;
     static std::map<std::string, Plan> plans;
     const std::lock_guard lock(mutex);
     const std::string path = serverDirectory + "/faults.txt";
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
-    if (!plan.badLine.empty()) {
-        FailInDriver("HY000", "faults.txt holds a line that cannot be read: " + plan.badLine);
-    }
-    const int call = ++plan.calls[static_cast<std::size_t>(point)];
+    if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
+    const int call = ++plan.calls[point];
     std::vector<Fault> met;
     for (const Fault& fault : plan.faults) {
         if (fault.point == point && call >= fault.first && call <= fault.last) met.push_back(fault);
@@ -137,7 +124,7 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
 
 }  // namespace
 
-void CountCall(const std::string& serverDirectory, Point point) {
+void CountCall(const std::string& serverDirectory, const std::string& point) {
     const std::vector<Fault> faults = MeetFaults(serverDirectory, point);
     for (const Fault& fault : faults) {
         if (fault.sleep >= 0) std::this_thread::sleep_for(std::chrono::milliseconds(fault.sleep));
@@ -154,10 +141,8 @@ void Trace(const std::string& serverDirectory, int connection, const char* event
     if (file < 0) return;
     std::string line = std::to_string(getpid()) + "\t" + std::to_string(connection) + "\t" + event + "\t";
     for (const char c : text) {
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\r') {
-            line += "\\r";
+        if (c == '\n' || c == '\r') {
+            line += c == '\n' ? "\\n" : "\\r";
         } else {
             line += c;
         }

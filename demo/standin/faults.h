@@ -2,24 +2,9 @@
 
 #include <string>
 
-#include "error.h"
+#include "errors.h"
 
 namespace standin {
-
-/// The calls that a test can make fail, by their names in faults.txt.
-enum class Point {
-    kConnect,
-    kStatement,
-    kPrepare,
-    kBind,
-    kExecute,
-    kFetch,
-    kCommit,
-    kRollback,
-    kManual,
-    kAuto,
-    kDisconnect,
-};
 
 /// The fault also takes the connection down.
 class ConnectionDied : public SqlError {
@@ -34,13 +19,20 @@ public:
 ///     die    POINT  N  STATE  NATIVE  TEXT ...
 ///     slow   POINT  N  MILLISECONDS
 ///
+/// POINT is connect, statement, prepare, bind, execute, fetch, commit, rollback, manual, auto or disconnect.
 /// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
 /// the caller exactly as written, without the driver's prefix.
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
-void CountCall(const std::string& serverDirectory, Point point);
+void CountCall(const std::string& serverDirectory, const std::string& point);
 
-/// Appends one event to the server's trace.txt, where that file exists. A call that a fault stopped is no
+/// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
+/// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no
 /// event; one that fails for reasons of its own is.
+///
+///     attempt     driver, a blank, connection time-out in seconds; before faults, so refused attempts are
+///     seen connect     database disconnect  number of statement handles that were still alive prepare,
+///     execute    the statement as sent hints       the table hints of the statement just executed, in upper
+///     case, joined by commas manual, auto, commit, rollback
 void Trace(const std::string& serverDirectory, int connection, const char* event,
            const std::string& text = {});
 

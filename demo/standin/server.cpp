@@ -1,211 +1,178 @@
 #include "server.h"
 
-#include <sys/stat.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <map>
-#include <thread>
+#include <regex>
 
 #include "text.h"
 
 namespace standin {
 namespace {
 
-constexpr std::string_view kKnownKeywords[] = {"DRIVER",
-                                               "SERVER",
-                                               "DATABASE",
-                                               "UID",
-                                               "PWD",
-                                               "DSN",
-                                               "ADDR",
-                                               "ADDRESS",
-                                               "APP",
-                                               "WSID",
-                                               "LANGUAGE",
-                                               "ENCRYPT",
-                                               "TRUSTSERVERCERTIFICATE",
-                                               "TRUSTED_CONNECTION",
-                                               "MARS_CONNECTION",
-                                               "NETWORK",
-                                               "AUTOTRANSLATE",
-                                               "DESCRIPTION"};
-
-/// Reads "{a}}b}" or the plain text up to the next semicolon.
-std::string ReadValue(std::string_view text, std::size_t& at) {
-    std::string value;
-    if (at >= text.size() || text[at] != '{') {
-        while (at < text.size() && text[at] != ';') value.push_back(text[at++]);
-        return std::string(TrimBlanks(value));
-    }
-    ++at;
-    while (true) {
-        if (at >= text.size()) {
-            FailInDriver("08001", "The connection string holds a brace that is never closed");
-        }
-        if (text[at] == '}' && (at + 1 >= text.size() || text[at + 1] != '}')) break;
-        if (text[at] == '}') ++at;
-        value.push_back(text[at++]);
-    }
-    ++at;
-    while (at < text.size() && text[at] == ' ') ++at;
-    if (at < text.size() && text[at] != ';') {
-        FailInDriver("08001", "The connection string holds text behind a closing brace");
-    }
-    return value;
-}
-
-std::int64_t NowInMilliseconds() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
-
-void CheckLogin(const std::string& directory, const Login& login) {
+/// The file of a server for somebody who may use it. @throws SqlError 18456.
+std::string FileFor(const std::string& directory, const Login& login) {
     std::ifstream file(directory + "/server.conf");
     std::string user, password;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with("user=")) user = line.substr(5);
         if (line.starts_with("password=")) password = line.substr(9);
     }
-    if (user.empty() || CompareText(user, login.user) != 0 || password != login.password) {
-        Fail("28000", 18456, "Login failed for user '" + login.user + "'.");
-    }
+    if (CompareText(user, login.user) != 0 || password != login.password) Fail(kLoginFailed, login.user);
+    return directory + "/server.db";
+}
+
+constexpr char kPartSign = '\x1F';
+
+constexpr const char* kInstall[] = {
+    R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
+    R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
+    R"(CREATE VIEW IF NOT EXISTS "~tables" AS SELECT name AS stored, substr(name, 1, instr(name, char(31)) - 1) AS db,
+    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND name LIKE '%' || char(31) || '%')",
+    R"(CREATE VIEW IF NOT EXISTS "~columns" AS SELECT db COLLATE MS AS TABLE_CATALOG,
+    substr(rest, 1, instr(rest, char(31)) - 1) COLLATE MS AS TABLE_SCHEMA,
+    substr(rest, instr(rest, char(31)) + 1) COLLATE MS AS TABLE_NAME, c.name COLLATE MS AS COLUMN_NAME,
+    c.cid + 1 AS ORDINAL_POSITION, CASE c.type WHEN 'INTEGER' THEN 'int'
+    ELSE substr(c.type, 1, instr(c.type || '(', '(') - 1) END COLLATE MS AS DATA_TYPE
+    FROM "~tables", pragma_table_xinfo(stored) c)",
+    R"(CREATE VIEW IF NOT EXISTS "~sys" AS SELECT name, id AS database_id,
+    CASE WHEN offline THEN 'OFFLINE' ELSE 'ONLINE' END COLLATE MS AS state_desc FROM "~databases")"};
+
+std::string Joined(const Name& name, char sign) {
+    std::string text;
+    for (const std::string& part : name) text += (text.empty() ? "" : std::string(1, sign)) + part;
+    return text;
+}
+
+const std::string& SchemaOf(const Name& name) {
+    static const std::string dbo = "dbo";
+    return name.size() < 2 || name[name.size() - 2].empty() ? dbo : name[name.size() - 2];
 }
 
 }  // namespace
 
-Login ReadConnectionString(std::string_view text, std::vector<DiagRecord>& warnings) {
+Login ReadConnectionString(const std::string& text) {
+    static const std::regex pair(R"(\s*([^=;]+?)\s*=\s*(?:\{((?:[^}]|\}\})*)\}|([^;{]*))\s*(?:;|$))"),
+        brace("\\}\\}");
     std::map<std::string, std::string> values;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::size_t equals = text.find_first_of("=;", at);
-        if (equals == std::string_view::npos || text[equals] == ';') {
-            if (!TrimBlanks(text.substr(at, equals - at)).empty()) {
-                FailInDriver("08001", "The connection string holds a keyword without a value");
-            }
-            if (equals == std::string_view::npos) break;
-            at = equals;
-            continue;
+    std::smatch match;
+    for (auto at = text.begin(); at != text.end(); at = match[0].second) {
+        if (!std::regex_search(at, text.end(), match, pair, std::regex_constants::match_continuous)) {
+            Fail(kConnectionString);
         }
-        const std::string keyword = UpperText(TrimBlanks(text.substr(at, equals - at)));
-        at = equals + 1;
-        std::string value = ReadValue(text, at);
-        if (std::find(std::begin(kKnownKeywords), std::end(kKnownKeywords), keyword) ==
-            std::end(kKnownKeywords)) {
-            warnings.push_back({"01S00", 0, "Invalid connection string attribute", Origin::kDriver});
-        }
-        values.emplace(keyword, std::move(value));
+        values.emplace(UpperAscii(match.str(1)), std::regex_replace(match.str(2), brace, "}") + match.str(3));
     }
-    return {values["DRIVER"], values["SERVER"], values["DATABASE"], values["UID"], values["PWD"]};
+    return {values["DRIVER"], values["SERVER"], values["DATABASE"],
+            values["UID"],    values["PWD"],    values["CONNECTION TIMEOUT"]};
 }
 
 std::string FindServer(const std::string& server) {
     const char* root = std::getenv("SQLSTANDIN_ROOT");
-    const bool plain = !server.empty() && server.front() != '.' && server.find('/') == std::string::npos;
-    if (root != nullptr && plain) {
-        std::string directory = std::string(root) + "/" + server;
-        struct stat info {};
-        if (stat((directory + "/server.conf").c_str(), &info) == 0) return directory;
-    }
-    throw SqlError(
-        {{"HYT00", 0, "Login timeout expired", Origin::kDriver},
-         {"08001", 2,
-          "A network-related or instance-specific error has occurred while establishing a connection to " +
-              server + ". Server is not found or not accessible.",
-          Origin::kDriver}});
+    std::string directory = std::string(root == nullptr ? "" : root) + "/" + server;
+    if (std::filesystem::exists(directory + "/server.conf")) return directory;
+    throw SqlError({MakeRecord(kLoginTimeout), MakeRecord(kUnreachable, server)});
 }
 
-Session::Session(const std::string& directory, const Login& login) {
-    CheckLogin(directory, login);
-    Open(directory);
-    catalogue_.emplace(db_.get());
-    catalogue_->Install();
-    const std::string database = login.database.empty() ? "master" : login.database;
+Session::Session(const std::string& directory, const Login& login) : db_(FileFor(directory, login)) {
+    // Asked first, so that connecting waits for nobody's transaction.
+    if (!db_.HasTable("~sys")) {
+        db_.RunAtomically([&] {
+            for (const char* sql : kInstall) db_.Run(sql);
+        });
+    }
+    find_ = db_.Prepare("SELECT id, name, offline FROM \"~databases\" WHERE name = ?");
+    if (login.database.empty()) return;
     try {
-        catalogue_->Use(database);
+        Use(login.database);
     } catch (const SqlError&) {
-        throw SqlError(
-            {{"42000", 4060,
-              "Cannot open database \"" + database + "\" requested by the login. The login failed.",
-              Origin::kServer},
-             {"28000", 18456, "Login failed for user '" + login.user + "'.", Origin::kServer}});
+        throw SqlError({MakeRecord(kCannotOpen, login.database), MakeRecord(kLoginFailed, login.user)});
     }
-}
-
-void Session::Open(const std::string& directory) {
-    sqlite3* db = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-    const int code = sqlite3_open_v2((directory + "/server.db").c_str(), &db, flags, nullptr);
-    db_.reset(db);
-    if (code != SQLITE_OK) ThrowSqlite(db, code);
-    RegisterFunctions(db);
-    sqlite3_busy_handler(db, OnBusy, this);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);  // closing must not wait for a lock
-    // A change of the journal mode is refused at once while another process does the same.
-    for (int attempt = 0; sqlite3_exec(db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr) != SQLITE_OK;
-         ++attempt) {
-        if (attempt == 500) ThrowSqlite(db, sqlite3_errcode(db));
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    // The machine may lose the file when it loses its power; a process that is killed loses only what is
-    // open.
-    Run(db, "PRAGMA synchronous=OFF");
-    Run(db, "PRAGMA temp_store=MEMORY");
-}
-
-int Session::OnBusy(void* self, int count) noexcept {
-    auto& session = *static_cast<Session*>(self);
-    if (count == 0) session.waitedSince_ = NowInMilliseconds();
-    const std::int64_t waited = NowInMilliseconds() - session.waitedSince_;
-    if (session.cancelled_ || (session.lockTimeout_ >= 0 && waited >= session.lockTimeout_)) return 0;
-    std::this_thread::sleep_for(std::chrono::milliseconds(count < 10 ? 1 : 5));
-    return 1;
-}
-
-void Session::Cancel() noexcept {
-    cancelled_ = true;
-    sqlite3_interrupt(db_.get());
 }
 
 void Session::SetManual(bool manual) {
-    if (!manual) Commit();  // as ODBC defines it
+    if (!manual) End("COMMIT");
     manual_ = manual;
 }
 
 void Session::EnterStatement() {
-    if (manual_ && !InTransaction()) Begin();
+    if (manual_ && !db_.InTransaction()) db_.Run("BEGIN IMMEDIATE");
 }
 
-void Session::Begin() {
-    Run(db_.get(), "BEGIN IMMEDIATE");
+void Session::End(const char* how) {
+    if (db_.InTransaction()) db_.Run(how);
 }
 
-void Session::Commit() {
-    if (InTransaction()) Run(db_.get(), "COMMIT");
-}
-
-void Session::Rollback() noexcept {
-    if (db_ && InTransaction()) sqlite3_exec(db_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
-WriteScope::WriteScope(Session& session) : session_(session), nested_(session.InTransaction()) {
-    if (nested_) {
-        Run(session_.Db(), "SAVEPOINT change");
-    } else {
-        session_.Begin();
+std::optional<Session::Database> Session::Find(const std::string& name) {
+    // The step also makes SQLite see tables that another connection has created.
+    BindText(find_.get(), 1, name);
+    std::optional<Database> found;
+    if (db_.Step(find_.get())) {
+        found = {ColumnText(find_.get(), 0), ColumnText(find_.get(), 1),
+                 sqlite3_column_int(find_.get(), 2) != 0};
     }
+    sqlite3_reset(find_.get());
+    return found;
 }
 
-void WriteScope::Done() {
-    Run(session_.Db(), nested_ ? "RELEASE change" : "COMMIT");
-    done_ = true;
+void Session::Use(const std::string& name) {
+    const auto database = Find(name);
+    if (!database) Fail(kUnknownDatabase, name);
+    if (database->offline) Fail(kOffline, name);
+    current_ = database->name;
 }
 
-WriteScope::~WriteScope() {
-    if (done_) return;
-    const char* undo = nested_ ? "ROLLBACK TO change; RELEASE change" : "ROLLBACK";
-    sqlite3_exec(session_.Db(), undo, nullptr, nullptr, nullptr);
+Session::Database Session::Open(const Name& name) {
+    const std::string& database = name.size() == 3 ? name[0] : current_;
+    const auto found = Find(database);
+    if (!found) Fail(kUnknownObject, Joined(name, '.'));
+    if (found->offline) Fail(kOffline, database);
+    return *found;
+}
+
+std::string Session::Table(const Name& name) {
+    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
+    if (db_.HasTable(stored)) return stored;
+    if (View(name)) Fail(kSystemObject);
+    Fail(kUnknownObject, Joined(name, '.'));
+}
+
+std::string Session::NewTable(const Name& name) {
+    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
+    if (db_.HasTable(stored)) Fail(kObjectExists, name.back());
+    return stored;
+}
+
+std::optional<std::string> Session::View(const Name& name) {
+    const std::string schema = UpperAscii(SchemaOf(name)), view = UpperAscii(name.back());
+    if (schema == "SYS" && view == "DATABASES") return R"("~sys")";
+    if (schema != "INFORMATION_SCHEMA" || view != "COLUMNS") return std::nullopt;
+    return R"((SELECT * FROM "~columns" WHERE TABLE_CATALOG = )" + QuoteText(Open(name).name) + ")";
+}
+
+void Session::CreateDatabase(const std::string& name) {
+    if (Find(name)) Fail(kDatabaseExists, name);
+    db_.Run("INSERT INTO \"~databases\"(name, offline) VALUES (" + QuoteText(name) + ", 0)");
+}
+
+void Session::DropDatabase(const std::string& name) {
+    const auto database = Find(name);
+    if (!database) Fail(kCannotDrop, name);
+    if (database->name == current_) Fail(kInUse, name);
+    std::vector<std::string> tables;
+    {
+        const SqliteStmt stmt =
+            db_.Prepare("SELECT stored FROM \"~tables\" WHERE db = " + QuoteText(database->name));
+        while (db_.Step(stmt.get())) tables.push_back(ColumnText(stmt.get(), 0));
+    }  // an open cursor would keep the tables locked
+    for (const std::string& table : tables) db_.Run("DROP TABLE " + QuoteName(table));
+    db_.Run("DELETE FROM \"~databases\" WHERE id = " + database->id);
+}
+
+void Session::SetOffline(const std::string& name, bool offline) {
+    db_.Run("UPDATE \"~databases\" SET offline = " + std::to_string(offline) +
+            " WHERE name = " + QuoteText(name));
+    if (db_.Changes() == 0) Fail(kUnknownDatabase, name);
 }
 
 }  // namespace standin

@@ -1,80 +1,82 @@
 #pragma once
 
-#include <atomic>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "catalogue.h"
-#include "error.h"
+#include "sqlite.h"
+#include "tokens.h"
 
 namespace standin {
 
+/// What a connection string says; a value that is missing is empty.
 struct Login {
-    std::string driver, server, database, user, password;
+    std::string driver, server, database, user, password, timeoutSeconds;
 };
 
 /// Reads a connection string by ODBC's brace rules; the first of several equal keywords counts.
-/// Keywords no driver of this family knows are named in `warnings` (01S00) and passed over.
 /// @throws SqlError 08001 for a string that cannot be read.
-Login ReadConnectionString(std::string_view text, std::vector<DiagRecord>& warnings);
+Login ReadConnectionString(const std::string& text);
 
-/// The directory of a server by its SERVER value. @throws SqlError HYT00 where there is none.
+/// The folder of a server by its SERVER value, under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is
+/// none.
 std::string FindServer(const std::string& server);
 
-/// One login on one server: a SQLite connection to the server's file, the current database and the
-/// transaction. Differences from SQL Server that a caller can notice: one transaction at a time writes on the
-/// whole server, and readers are never blocked, they see the last committed state.
+/// One login on one server: a connection to the server's file, the current database and the transaction.
+///
+/// All databases of a server lie in one SQLite file: SQLite admits few attached files, and none inside a
+/// transaction. A table is stored under the names of its database, its schema and itself, joined with U+001F,
+/// declared with T-SQL's own type words.
 class Session {
 public:
     /// @throws SqlError 18456 for a wrong login, 4060 for a database that is missing or offline.
     Session(const std::string& directory, const Login& login);
-    ~Session() { Rollback(); }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
 
-    sqlite3* Db() const { return db_.get(); }
-    Catalogue& Names() { return *catalogue_; }
+    Sqlite& Db() { return db_; }
 
+    /// Without manual mode every statement commits; switching it off commits what is open, as ODBC defines
+    /// it.
     bool IsManual() const { return manual_; }
-    bool InTransaction() const { return sqlite3_get_autocommit(db_.get()) == 0; }
     void SetManual(bool manual);
 
     /// In manual mode the first statement begins the transaction, with the write lock that holds to its end.
     void EnterStatement();
-    void Begin();  // waits for the write lock as long as LOCK_TIMEOUT allows
-    void Commit();
-    void Rollback() noexcept;
 
-    /// Milliseconds to wait for a lock; negative waits for ever.
-    void SetLockTimeout(std::int64_t milliseconds) { lockTimeout_ = milliseconds; }
-    void Cancel() noexcept;  // the one call that may come from another thread
-    void ClearCancel() noexcept { cancelled_ = false; }
+    /// Ends the transaction, if there is one. @param how  "commit" or "rollback"
+    void End(const char* how);
+
+    /// The database that names without a database part belong to.
+    const std::string& Current() const { return current_; }
+
+    /// @throws SqlError 911 for a missing database, 942 for an offline one.
+    void Use(const std::string& name);
+
+    /// The stored name of a table. @throws SqlError 208, 942, and 259 for a view of the system.
+    std::string Table(const Name& name);
+
+    /// The stored name for a new table. @throws SqlError 208, 942, 2714.
+    std::string NewTable(const Name& name);
+
+    /// What stands for sys.databases or INFORMATION_SCHEMA.COLUMNS behind FROM; nothing for any other name.
+    std::optional<std::string> View(const Name& name);
+
+    void CreateDatabase(const std::string& name);
+    void DropDatabase(const std::string& name);
+    void SetOffline(const std::string& name, bool offline);
 
 private:
-    static int OnBusy(void* self, int count) noexcept;
-    void Open(const std::string& directory);
+    struct Database {
+        std::string id, name;
+        bool offline = false;
+    };
+    std::optional<Database> Find(const std::string& name);
+    Database Open(const Name& name);
 
-    SqliteDb db_;
-    std::optional<Catalogue> catalogue_;
+    Sqlite db_;
+    SqliteStmt find_;
+    std::string current_ = "master";
     bool manual_ = false;
-    std::int64_t lockTimeout_ = -1;
-    std::int64_t waitedSince_ = 0;
-    std::atomic<bool> cancelled_ = false;
-};
-
-/// Makes several changes one: they are undone together unless Done was reached.
-class WriteScope {
-public:
-    explicit WriteScope(Session& session);
-    ~WriteScope();
-    WriteScope(const WriteScope&) = delete;
-    WriteScope& operator=(const WriteScope&) = delete;
-    void Done();
-
-private:
-    Session& session_;
-    bool nested_;
-    bool done_ = false;
 };
 
 }  // namespace standin
