@@ -14,11 +14,11 @@ struct AccountSource {
 };
 
 /// True when `fragment` occurs in `text`, letter case aside (towlower); an empty fragment always does.
-bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment);
+bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) noexcept;
 
 /// True for a column that may hold personal data or secrets by its name: it is never searched. A plain
 /// substring test, which on purpose also keeps away from names such as zip, description or hotel.
-bool IsSensitiveColumnName(std::wstring_view column);
+bool IsSensitiveColumnName(std::wstring_view column) noexcept;
 
 /// Scores a candidate by its table's and column's names, letter case aside. Rules add up; the result can be
 /// negative (log and history tables).

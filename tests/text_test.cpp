@@ -30,6 +30,7 @@ TEST_CASE("text survives the way to UTF-8 and back and malformed text never thro
     CHECK(Utf8ToWide("a\xFFz") == L"a\uFFFDz");
     CHECK(WideToUtf8(L"a\xD842z") == "a\xEF\xBF\xBDz");
     for (const char* bytes : {"a\xFFz", "\xE5\x8C", "\xC0\x80"}) CHECK(StrictUtf8ToWide(bytes) == L"");
+    CHECK(std::string(RuntimeError(L"区").what()) == RuntimeError("\xE5\x8C\xBA").what());
 }
 
 TEST_CASE("trimming takes white space off both ends and comparing leaves letter case aside") {
@@ -37,13 +38,14 @@ TEST_CASE("trimming takes white space off both ends and comparing leaves letter 
     CHECK(Trim(L" \v\f ") == L"");
     CHECK(ToLower(L"TBL_账号_X1") == L"tbl_账号_x1");
     CHECK(EqualsNoCase(L"m2server.EXE", L"M2Server.exe"));
-    CHECK_FALSE(EqualsNoCase(L"M2Server", L"M2Server.exe"));
+    CHECK_FALSE((EqualsNoCase(L"M2Server", L"M2Server.exe") || EqualsNoCase(L"M2Server.exe", L"M2Server")));
 }
 
 TEST_CASE("a handle is closed once by its last owner and a released one never") {
     closed.clear();
     {
         FakeOwner first(1), second(std::move(first)), third(3);
+        CHECK((second && !first && second.Get() == 1));
         third = std::move(second);
         FakeOwner& itself = third;
         third = std::move(itself);
