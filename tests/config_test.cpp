@@ -80,11 +80,9 @@ TEST_CASE("a zone is read from its two files") {
         const TempDirectory place;
         place.Write(L"青龙一区\\Config.Json", row.json);
         place.Write(L"青龙一区\\Config.ini", row.ini);
-        // The game server may hold its files open.
-        const FileHandle held(CreateFileW(place.At(L"青龙一区\\Config.Json").c_str(), GENERIC_WRITE | DELETE,
-                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                          OPEN_EXISTING, 0, nullptr));
-        REQUIRE(held);
+        constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+        const FileHandle inUse(CreateFileW(place.At(L"青龙一区\\Config.Json").c_str(), GENERIC_WRITE | DELETE,
+                                           kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
         const GameServerInfo zone =
             ReadServerConfig({42, L"M2Server.exe", L"D:\\M2.exe"}, place.At(L"青龙一区"));
         CHECK(zone.configDirectory + zone.imagePath == place.At(L"青龙一区") + L"D:\\M2.exe");

@@ -1,9 +1,8 @@
 #include <random>
 
-#include "account_query/query_settings.h"
 #include "discovery/config_text.h"
-#include "tests/support/temp_directory.h"
 #include "tests/support/wide_text.h"
+#include "text/text.h"
 
 static constexpr char kJson[] =
     R"({"DBInfo": {"sDBIpAddr": "10.0.0.5", "nDBPort": 2433, "sDBName": "G1", "sDBUser": "s\"a",)"
@@ -80,24 +79,5 @@ TEST_CASE("ten megabytes in one line or one nest are read in one pass") {
         }
         for (const std::string& text : {many, "[Config]\nGameName=" + many})
             CHECK(BrokenIniRule(text) == nullptr);
-    }
-}
-
-TEST_CASE("mutated settings stay inside their limits") {
-    const std::filesystem::path previous = std::filesystem::current_path();
-    for (int round = 0; round < 200; ++round) {
-        const TempDirectory place;
-        const std::string file =
-            Mutated("[Query]\r\nAccountTable= dbo.T \r\nMaxResults=250\r\n[ODBC]\r\nDriver=D\r\n");
-        place.Write(L"QuerySettings.ini", round ? file : "[ODBC]\nDriver=" + std::string(10'000'000, 'x'));
-        std::filesystem::current_path(place.At(L""));
-        const QuerySettings read = LoadQuerySettings();
-        std::filesystem::current_path(previous);
-        CAPTURE(file);
-        REQUIRE(read.path == place.At(L"QuerySettings.ini"));
-        REQUIRE(ClampMaxResults(read.maxResults) == read.maxResults);
-        for (const auto& text : {read.m2ProcessName, read.accountTable, read.accountField, read.driver}) {
-            REQUIRE((text.size() <= 1023 && Trim(text) == text));
-        }
     }
 }

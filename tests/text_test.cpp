@@ -6,9 +6,7 @@
 #include "tests/support/wide_text.h"
 #include "text/owner.h"
 
-namespace {
-
-std::vector<int> closed;  // by the trait below, in order
+static std::vector<int> closed;  // by the trait below, in order
 
 struct FakeTrait {
     using Handle = int;
@@ -16,21 +14,17 @@ struct FakeTrait {
     static void Close(Handle handle) noexcept { closed.push_back(handle); }
 };
 using FakeOwner = Owner<FakeTrait>;
-
 static_assert(!std::is_copy_constructible_v<FakeOwner> && !std::is_copy_assignable_v<FakeOwner>,
               "two owners of one handle would close it twice");
 
-}  // namespace
-
 TEST_CASE("text survives the way to UTF-8 and back and malformed text never throws") {
-    for (const std::wstring text : {L"", L"GameDB;'}", L"\u00E9区", L"a\xD842\xDFB7"}) {
+    for (const std::wstring text : {L"", L"GameDB;'}", L"\u00E9区", L"a\xD842\xDFB7"})
         CHECK(StrictUtf8ToWide(WideToUtf8(text)) == text);
-    }
     CHECK(WideToUtf8(L"\u00E9区\xD842\xDFB7") == "\xC3\xA9\xE5\x8C\xBA\xF0\xA0\xAE\xB7");
     CHECK(Utf8ToWide("a\xFFz") == L"a\uFFFDz");
     CHECK(WideToUtf8(L"a\xD842z") == "a\xEF\xBF\xBDz");
     for (const char* bytes : {"a\xFFz", "\xE5\x8C", "\xC0\x80"}) CHECK(StrictUtf8ToWide(bytes) == L"");
-    CHECK(std::string(RuntimeError(L"区").what()) == RuntimeError("\xE5\x8C\xBA").what());
+    CHECK(std::string(RuntimeError(L"区").what()) == "\xE5\x8C\xBA");
 }
 
 TEST_CASE("trimming takes white space off both ends and comparing leaves letter case aside") {
