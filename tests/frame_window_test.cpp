@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <map>
 
 #include "account_query/query_layout.h"
 #include "account_query/query_window.h"
+#include "app/controls.h"
 #include "tests/support/desk_fixture.h"
 #include "tests/support/wide_text.h"
 
@@ -87,11 +89,10 @@ static void CheckFrame(HWND window, const wchar_t* heading, const wchar_t* subti
     const HDC shown = GetDC(window);
     BitBlt(canvas.dc, 0, 0, w, Canvas::kHeight, shown, 0, 0, SRCINVERT);
     GdiFlush();
-    for (int i = 0; i < w * Canvas::kHeight; ++i) {
-        CAPTURE(i % w);
-        CAPTURE(i / w);
-        if ((canvas.pixels[i] & 0xFFFFFF) != 0) FAIL("another colour is shown");
-    }
+    const std::span<const DWORD> differences(canvas.pixels, static_cast<size_t>(w * Canvas::kHeight));
+    const auto isShown = [](DWORD pixel) { return (pixel & 0xFFFFFF) != 0; };
+    const auto first = std::find_if(differences.begin(), differences.end(), isShown) - differences.begin();
+    CHECK_MESSAGE(first == w * Canvas::kHeight, "another colour at ", first % w, ",", first / w);
     CHECK(GetPixel(shown, 3, size.cy - 3) == kBody);
     const RECT label = desk::RectInParent(GetWindow(window, GW_CHILD));
     CHECK(GetPixel(shown, label.right - 1, label.bottom - 1) == kBody);
@@ -250,14 +251,7 @@ TEST_CASE("keys and lists behave as everywhere in Windows") {
     desk::SetText(box, L"玩家");
     SendMessageW(box, WM_CHAR, 1, 0);  // Ctrl+A
     CHECK(SendMessageW(box, EM_GETSEL, 0, 0) == MAKELONG(0, 2));
-    LVITEMW item = {};
-    item.mask = LVIF_TEXT;
-    for (const wchar_t* text : {L"一区", L"G", L"玩家**三"}) {
-        item.pszText = const_cast<wchar_t*>(text);
-        SendMessageW(list, item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW, 0,
-                     reinterpret_cast<LPARAM>(&item));
-        ++item.iSubItem;
-    }
+    ListFill(list, 1).AddRow({L"一区", L"G", L"玩家**三"});
     desk::SelectListRow(list, 0);
     BYTE keys[256] = {};
     keys[VK_CONTROL] = 0x80;

@@ -24,22 +24,20 @@ TEST_CASE("the program's file brings its icon its version and its manifest along
     std::string version(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
     REQUIRE(GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(version.size()), version.data()));
     const auto value = [&](const std::wstring& block) {
-        void* text = nullptr;
+        void* found = nullptr;
         UINT size = 0;
-        VerQueryValueW(version.data(), block.c_str(), &text, &size);
-        return std::pair(static_cast<const wchar_t*>(text), size);
+        REQUIRE(VerQueryValueW(version.data(), block.c_str(), &found, &size));
+        return found;
     };
-    const auto* fixed = reinterpret_cast<const VS_FIXEDFILEINFO*>(value(L"\\").first);
-    REQUIRE(fixed);
-    for (const DWORD high : {fixed->dwFileVersionMS, fixed->dwProductVersionMS}) CHECK(high == 0x20004);
-    for (const DWORD low : {fixed->dwFileVersionLS, fixed->dwProductVersionLS}) CHECK(low == 0x10000);
+    const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(value(L"\\"));
+    CHECK((fixed->dwFileVersionMS == 0x20004 && fixed->dwFileVersionLS == 0x10000));
+    CHECK((fixed->dwProductVersionMS == 0x20004 && fixed->dwProductVersionLS == 0x10000));
     for (const TextRow& row :
          {TextRow{L"CompanyName", L"Velkor"}, TextRow{L"FileVersion", L"2.4.1"},
           TextRow{L"FileDescription", L"Velkor版合区ID重复查询工具"}, TextRow{L"ProductVersion", L"2.4.1"},
           TextRow{L"ProductName", L"Velkor版合区ID重复查询工具"},
           TextRow{L"OriginalFilename", L"MergeAccountQuery.exe"}}) {
-        const wchar_t* text = value(L"\\StringFileInfo\\080404B0\\" + std::wstring(row.in)).first;
-        REQUIRE(text);
-        CHECK(text == row.expected);
+        CHECK(static_cast<const wchar_t*>(value(L"\\StringFileInfo\\080404B0\\" + std::wstring(row.in))) ==
+              row.expected);
     }
 }
