@@ -117,6 +117,9 @@ static std::wstring ControlsOf(HWND window) {
                                   std::to_wstring(desk::Style(child) & 0xFFFF) + L" " +
                                   std::to_wstring(desk::ExStyle(child) & WS_EX_CLIENTEDGE);
         kinds[kind][GetDlgCtrlID(child)] = desk::Text(child);
+        LOGFONTW font = {};
+        GetObjectW(reinterpret_cast<HFONT>(desk::Send(child, WM_GETFONT)), sizeof font, &font);
+        CHECK(font.lfHeight == -16);
     }
     std::wstring text;
     for (const auto& [kind, controls] : kinds) {
