@@ -46,7 +46,7 @@ TEST_CASE("settings are read with defaults for what is missing and limits for wh
          {std::pair(std::string(), kDefaults + L"100"),
           {"[ODBC]\nMaxResults=7\n[Query]\nDriver=x\n", kDefaults + L"100"},
           {"[Query]\nM2ProcessName= Z.exe \nAccountTable=dbo.T\nAccountField=F\nMaxResults=7\n"
-           "[ODBC]\nDriver= My D \n",
+           "[ODBC]\nDriver=\" My D \"\n",
            L"Z.exe|dbo.T|F|My D|7"},
           {"[Query]\nM2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
           {"[Query]\nMaxResults=-5\n", kDefaults + L"1"},
