@@ -56,13 +56,11 @@ TEST_CASE("every word in a table's or column's name adds its weight once") {
 }
 
 TEST_CASE("the best score comes first and equal scores keep their order") {
-    std::vector<AccountSource> candidates;
-    for (int i = 0; i < 60; ++i) candidates.push_back({L"", std::to_wstring(100 + i), L"", (i * 7) % 3 - 1});
-    RankAccountCandidates(candidates);
-    CHECK(std::is_sorted(candidates.begin(), candidates.end(),
-                         [](const AccountSource& a, const AccountSource& b) {
-                             return a.score != b.score ? a.score > b.score : a.table < b.table;
-                         }));
+    std::vector<AccountSource> ranked;
+    for (int i = 0; i < 60; ++i) ranked.push_back({L"", std::to_wstring(100 + i), L"", (i * 7) % 3 - 1});
+    RankAccountCandidates(ranked);
+    const auto rank = [](const AccountSource& source) { return std::pair(-source.score, source.table); };
+    CHECK(std::ranges::is_sorted(ranked, {}, rank));
 }
 
 TEST_CASE("the statements of the account query and what goes into them") {
@@ -94,10 +92,7 @@ TEST_CASE("masking hides the middle of a name") {
 }
 
 TEST_CASE("the texts of the account query") {
-    GameServerInfo zone;
-    zone.serverName = L"一区";
-    zone.dbName = L"G";
-    CHECK(ZoneLabel(zone) == L"一区  |  G");
+    CHECK(ZoneLabel({L"一区", L"D", L"i", 4, L"h", 1, L"G", L"u", L"p", L"7", L"g"}) == L"一区  |  G");
     CHECK(RefreshStatus(0, L"") == L"检测到 0 个已启动 M2。");
     CHECK(RefreshStatus(12, L"坏") == L"检测到 12 个已启动 M2。 坏");
     CHECK(QuerySummary({{L"a", L"b"}, {L"dbo", L"T", L"c", 20, true}}) ==

@@ -14,9 +14,9 @@ static std::wstring FormError(const RepairFormTexts& texts) {
 
 TEST_CASE("a character ID is 1 to 50 ASCII digits") {
     for (const std::wstring& id : {std::wstring(L"0"), std::wstring(50, L'9')}) CHECK(IsRoleId(id));
-    for (const std::wstring& id : {std::wstring(), std::wstring(51, L'9'), std::wstring(L"12a"),
-                                   std::wstring(L"-1"), std::wstring(L"1 "), std::wstring(L"1/"),
-                                   std::wstring(L"1:"), std::wstring(L"１２"), std::wstring(2, L'\0')}) {
+    using Texts = std::vector<std::wstring>;
+    for (const std::wstring& id : Texts{L"", L"12a", L"-1", L"1 ", L"1/", L"1:", L"１２",
+                                        std::wstring(2, L'\0'), std::wstring(51, L'9')}) {
         CAPTURE(id);
         CHECK(ErrorOf([&] { RequireRoleId(id, L"旧角色唯一 ID"); }) == L"旧角色唯一 ID必须是纯数字唯一 ID");
     }
@@ -28,7 +28,7 @@ TEST_CASE("a good form is trimmed and converted and its second choice makes data
     CHECK(form.port == 7);
     for (const int index : {-1, 0, 1, 2})
         CHECK(ChooseDirection(form, index).target == (index == 1 ? L"Game" : L"game"));
-    CHECK(ChooseDirection(form, 1).other == L"game");
+    CHECK(ChooseDirection(form, 1).other + ChooseDirection(form, 0).other == L"gameGame");
 }
 
 TEST_CASE("a bad form is refused for the first thing that is wrong") {
