@@ -209,7 +209,8 @@ TEST_CASE("releases on the glyphs and double clicks on the caption alone change 
         CHECK(after(WM_LBUTTONUP, 0, left, y) == "usual");
     const int width = desk::ClientSize(window).cx;
     CHECK(desk::HitTest(window, width - 133, 67) == HTCAPTION);
-    CHECK((desk::HitTest(window, width - 132, 67) == HTCLIENT && desk::HitTest(window, 300, 68) == HTCLIENT));
+    for (const auto& [x, y] : {std::pair(width - 132, 67), {width - 20, -1}, {300, 68}})
+        CHECK(desk::HitTest(window, x, y) == HTCLIENT);
     CHECK(after(WM_NCLBUTTONDBLCLK, HTCLIENT, 20, 30) == "usual");
     CHECK(after(WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 30) == "large");
     CHECK(after(WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 30) == "usual");
@@ -254,8 +255,11 @@ TEST_CASE("keys and lists behave as everywhere in Windows") {
     BYTE keys[256] = {};
     keys[VK_CONTROL] = 0x80;
     SetKeyboardState(keys);
-    REQUIRE((OpenClipboard(windows.query) && EmptyClipboard() && CloseClipboard()));
+    REQUIRE((OpenClipboard(windows.query) && EmptyClipboard()));
+    SetClipboardData(CF_PRIVATEFIRST, GlobalAlloc(GMEM_MOVEABLE, 1));  // what was copied before
+    CloseClipboard();
     SendMessageW(list, WM_KEYDOWN, 'C', 0);
+    CHECK_FALSE(IsClipboardFormatAvailable(CF_PRIVATEFIRST));
     REQUIRE(OpenClipboard(windows.query));
     const void* row = GlobalLock(GetClipboardData(CF_UNICODETEXT));
     REQUIRE(row);
