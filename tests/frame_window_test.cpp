@@ -171,8 +171,13 @@ TEST_CASE("both windows have their class title sizes and controls") {
         CHECK(GetClassLongPtrW(window, GCLP_HBRBACKGROUND) == COLOR_WINDOW + 1);
     }
     CHECK(SizeOf(windows.query) + " " + SizeOf(windows.repair) == "980*620 1000*860");
+    RedrawWindow(windows.query, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
     desk::Resize(windows.query, 1281, 777);
     const SIZE client = desk::ClientSize(windows.query);
+    RECT stale = {};  // everything is to be drawn again, and the controls that stay where they are
+    CHECK((GetUpdateRect(windows.query, &stale, FALSE) && stale.right == client.cx &&
+           stale.bottom == client.cy));
+    CHECK(GetUpdateRect(desk::Child(windows.query, kZoneLabel), nullptr, FALSE));
     CheckPlaces(windows.query, QueryLayout(client.cx, client.cy));
     CheckPlaces(windows.repair, RepairLayout(desk::ClientSize(windows.repair).cx));
 }
