@@ -56,9 +56,11 @@ TEST_CASE("accounts are queried from the running zones") {
     desk::SetText(desk.Child(kTableEdit), L"");
     desk::ChooseComboItem(desk.Child(kZoneCombo), 1);
     check(L"一二", L"查询失败：没有扫描到可用于账号识别的文本字段", L"");
+    CHECK(saved().find("AccountTable=\r\n") != std::string::npos);
+    desk::SetText(desk.Child(kTableEdit), L"T");
     desk::Press(desk.Child(kSaveButton));
     CHECK(desk.Status() == L"设置已保存：" + desk.SettingsPath());
-    CHECK(saved().find("AccountTable=\r\n") != std::string::npos);
+    CHECK(saved().find("AccountTable=T\r\n") != std::string::npos);
     const HWND repair = desk.OpenRepairTool();  // with the values of the chosen zone
     CHECK(desk::Text(desk::Child(repair, kDatabaseAEdit)) == second.Name());
     CHECK(desk::Text(desk::Child(repair, kPasswordEdit)) == Server().password);
