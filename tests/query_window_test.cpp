@@ -62,8 +62,11 @@ TEST_CASE("accounts are queried from the running zones") {
     CHECK(desk.Status() == L"设置已保存：" + desk.SettingsPath());
     CHECK(saved().find("AccountTable=T\r\n") != std::string::npos);
     const HWND repair = desk.OpenRepairTool();  // with the values of the chosen zone
-    CHECK(desk::Text(desk::Child(repair, kDatabaseAEdit)) == second.Name());
-    CHECK(desk::Text(desk::Child(repair, kPasswordEdit)) == Server().password);
+    std::wstring form;
+    for (const int box : {kServerEdit, kPortEdit, kUserEdit, kPasswordEdit, kDatabaseAEdit, kDatabaseBEdit})
+        form += desk::Text(desk::Child(repair, box)) + L"|";
+    CHECK(form == Server().host + L"|" + std::to_wstring(Server().port) + L"|" + Server().user + L"|" +
+                      Server().password + L"|" + second.Name() + L"||");
     desk::ChooseComboItem(desk.Child(kZoneCombo), -1);
     check(L"a", L"请先启动 M2 并刷新区服。", L"");  // the zone is checked before the keyword
     desk::Close(desk.Window());
