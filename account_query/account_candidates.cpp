@@ -70,12 +70,16 @@ int Score(std::wstring_view lowerName, std::span<const ScoreRule> rules) noexcep
 
 }  // namespace
 
-bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) {
-    return ToLower(text).find(ToLower(fragment)) != std::wstring::npos;
+bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) noexcept {
+    for (size_t i = 0; i + fragment.size() <= text.size(); ++i) {
+        if (EqualsNoCase(text.substr(i, fragment.size()), fragment)) return true;
+    }
+    return false;
 }
 
-bool IsSensitiveColumnName(std::wstring_view column) {
-    return MatchesAny(ToLower(column), Test::Contains, kSensitiveFragments);
+bool IsSensitiveColumnName(std::wstring_view column) noexcept {
+    return std::any_of(kSensitiveFragments.begin(), kSensitiveFragments.end(),
+                       [column](std::wstring_view fragment) { return ContainsNoCase(column, fragment); });
 }
 
 int ScoreAccountCandidate(const AccountSource& candidate) {

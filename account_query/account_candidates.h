@@ -14,11 +14,11 @@ struct AccountSource {
 };
 
 /// True when `fragment` occurs in `text`, ignoring letter case (towlower); an empty fragment always does.
-bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment);
+bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) noexcept;
 
 /// True for a column whose name suggests personal data or secrets: it is never searched. A plain substring
 /// test; that it also excludes names such as zip, description or hotel is intended.
-bool IsSensitiveColumnName(std::wstring_view column);
+bool IsSensitiveColumnName(std::wstring_view column) noexcept;
 
 /// Scores a candidate by its table's and column's names, ignoring letter case. Rules add up; the result can
 /// be negative (log and history tables).

@@ -6,12 +6,6 @@
 
 namespace {
 
-constexpr wchar_t kTextColumnsSql[] =
-    L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS "
-    L"WHERE DATA_TYPE IN (N'char',N'varchar',N'nchar',N'nvarchar',N'text',N'ntext')   "
-    L"AND TABLE_SCHEMA NOT IN (N'sys',N'INFORMATION_SCHEMA') "
-    L"ORDER BY TABLE_SCHEMA, TABLE_NAME, ORDINAL_POSITION";
-
 // A database may have thousands of text columns, and a probe may read a whole table: candidates with low
 // scores share a limited number of probes, those with higher scores are always probed.
 const AccountSource* FirstProbeHit(SQLHDBC connection, const std::vector<AccountSource>& candidates,
@@ -32,7 +26,8 @@ const AccountSource* FirstProbeHit(SQLHDBC connection, const std::vector<Account
 std::vector<AccountSource> ScanAccountCandidates(SQLHDBC connection) {
     const OdbcStatement statement = AllocateStatement(connection);
     if (!statement) throw RuntimeError("ODBC statement failed");
-    RequireSuccess(SQLExecDirectW(statement.Get(), OdbcText(kTextColumnsSql), SQL_NTS), statement.Get());
+    const std::wstring sql = TextColumnsSql();
+    RequireSuccess(SQLExecDirectW(statement.Get(), OdbcText(sql.c_str()), SQL_NTS), statement.Get());
     TextColumns row(statement.Get(), 3);
     std::vector<AccountSource> candidates;
     while (FetchRow(connection, statement.Get()) != SQL_NO_DATA) {

@@ -30,6 +30,13 @@ std::wstring ContainsPattern(std::wstring_view keyword) {
     return L"%" + EscapeLikePattern(keyword) + L"%";
 }
 
+std::wstring TextColumnsSql() {
+    return L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS "
+           L"WHERE DATA_TYPE IN (N'char',N'varchar',N'nchar',N'nvarchar',N'text',N'ntext')   "
+           L"AND TABLE_SCHEMA NOT IN (N'sys',N'INFORMATION_SCHEMA') "
+           L"ORDER BY TABLE_SCHEMA, TABLE_NAME, ORDINAL_POSITION";
+}
+
 std::wstring ProbeAccountSql(const std::wstring& table, const std::wstring& column) {
     return L"SELECT TOP (1) " + CastColumn(column) + MatchingRows(table, column);
 }

@@ -11,6 +11,9 @@ std::wstring EscapeLikePattern(std::wstring_view text);
 /// The LIKE pattern for names that contain the keyword, literally.
 std::wstring ContainsPattern(std::wstring_view keyword);
 
+/// The text columns of the connected database in catalogue order: schema, table, column.
+std::wstring TextColumnsSql();
+
 /// One row when the column holds a match. Table and column are already quoted; the pattern is parameter 1.
 std::wstring ProbeAccountSql(const std::wstring& table, const std::wstring& column);
 

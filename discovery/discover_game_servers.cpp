@@ -9,6 +9,11 @@
 #include "text/text.h"
 
 std::vector<GameServerInfo> DiscoverGameServers(const std::wstring& processName, std::wstring& problems) {
+    return ReadZones(EnumerateServerProcesses(processName), problems);
+}
+
+std::vector<GameServerInfo> ReadZones(const std::vector<ServerProcessEntry>& processes,
+                                      std::wstring& problems) {
     std::vector<GameServerInfo> zones;
     std::set<std::wstring> usedDirectories;
     problems.clear();
@@ -16,7 +21,7 @@ std::vector<GameServerInfo> DiscoverGameServers(const std::wstring& processName,
         if (!problems.empty()) problems += L'；';
         problems += problem;
     };
-    for (const ServerProcessEntry& process : EnumerateServerProcesses(processName)) {
+    for (const ServerProcessEntry& process : processes) {
         std::wstring directory;
         if (!FindServerConfigDirectory(process.imagePath, directory)) {
             addProblem(L"进程 " + std::to_wstring(process.processId) +

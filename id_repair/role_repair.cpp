@@ -7,14 +7,10 @@
 #include "id_repair/role_id.h"
 #include "text/text.h"
 
-namespace {
-
 std::wstring ReplaceIdSql(const ColumnName& column, std::wstring_view oldId, std::wstring_view newId) {
     return SqlText(L"UPDATE ", SqlTableOf{column}, L" SET ", SqlName{column.column}, L" = ", SqlValue{newId},
                    SqlHoldsId{column, oldId});
 }
-
-}  // namespace
 
 void ReplaceId(SQLHDBC connection, const std::wstring& database, const std::vector<RelatedField>& fields,
                const std::wstring& oldId, const std::wstring& newId, Progress& progress) {

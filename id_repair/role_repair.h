@@ -23,6 +23,10 @@ void RepairRoleId(SQLHDBC connection, const std::wstring& targetDatabase, const 
 // The two steps that the batch repair shares. Both run inside a transaction and execute one statement per
 // field, which `progress` counts.
 
+/// Puts the new ID where a column holds the old one: the program's only statement that writes.
+/// @throws RuntimeError as QuoteSqlIdentifier.
+std::wstring ReplaceIdSql(const ColumnName& column, std::wstring_view oldId, std::wstring_view newId);
+
 /// Writes the new ID wherever one of the fields holds the old one: the only place of the program that writes
 /// to a database. A field without such a row is a failure.
 /// @throws RuntimeError with a statement's diagnostic text.

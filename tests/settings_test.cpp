@@ -1,7 +1,5 @@
-#include <windows.h>
-
 #include "account_query/query_settings.h"
-#include "discovery/paths.h"
+#include "discovery/files.h"
 #include "tests/support/temp_directory.h"
 #include "tests/support/wide_text.h"
 
@@ -29,9 +27,8 @@ TEST_CASE("four words ask for automatic detection") {
 
 TEST_CASE("the settings file is looked for beside the program and upward from the current directory") {
     std::wstring places;
-    for (const std::wstring& path : SettingsPathCandidates(L"D:\\t\\m.exe", L"C:\\1\\2\\3\\4\\5\\")) {
+    for (const std::wstring& path : SettingsPathCandidates(L"D:\\t\\m.exe", L"C:\\1\\2\\3\\4\\5\\"))
         places += path.substr(0, path.find(kFile)) + L"|";
-    }
     CHECK(places == LR"(D:\t\|C:\1\2\3\4\5\|C:\1\2\3\4\5\|C:\1\2\3\4\|C:\1\2\3\|C:\1\2\|C:\1\|)");
     CHECK(SettingsPathCandidates(L"D:\\m.exe", L"C:\\1").back() == L"C:\\QuerySettings.ini");
     const TempDirectory place;
@@ -39,45 +36,53 @@ TEST_CASE("the settings file is looked for beside the program and upward from th
     place.Make(L"1\\2\\3\\4\\5");
     place.Make(L"1\\2\\QuerySettings.ini");  // a directory of that name is passed over
     CHECK(In(place.At(L"1\\2\\3\\4"), QuerySettingsPath) == place.At(kFile));
-    CHECK(In(place.At(L"1\\2\\3\\4\\5"), QuerySettingsPath) != place.At(kFile));
+    CHECK(In(place.At(L"1\\2\\3\\4\\5"), QuerySettingsPath) ==
+          Built(L"tests\\QuerySettings.ini"));  // none there: beside the program
 }
 
-TEST_CASE("settings are read with defaults for what is missing") {
-    struct Row {
-        std::string file;
-        std::wstring settings;
-    };
+TEST_CASE("settings are read with defaults for what is missing and limits for what is not") {
     const std::wstring kDefaults = L"M2Server.exe|AUTO|AUTO||";
-    for (const Row& row :
-         {Row{"", kDefaults + L"100"}, Row{"[ODBC]\nMaxResults=7\n[Query]\nDriver=x\n", kDefaults + L"100"},
-          Row{"[Query]\nM2ProcessName=Z.exe\nAccountTable=dbo.T\nAccountField=F\nMaxResults=7\n[ODBC]"
-              "\nDriver= My D \n",
-              L"Z.exe|dbo.T|F|My D|7"},
-          Row{"[Query]\nM2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
-          Row{"[Query]\nMaxResults=-5\n", kDefaults + L"1"},
-          Row{"[Query]\nMaxResults=many\n", kDefaults + L"1"},
-          Row{"[Query]\nMaxResults=501\n", kDefaults + L"500"},
-          Row{"[Query]\nAccountTable=" + std::string(1030, 'x') + "\n",
-              L"M2Server.exe|" + std::wstring(1023, L'x') + L"|AUTO||100"}}) {
-        CAPTURE(row.file);
+    for (const auto& [file, expected] :
+         {std::pair(std::string(), kDefaults + L"100"),
+          {"[ODBC]\nMaxResults=7\n[Query]\nDriver=x\n", kDefaults + L"100"},
+          {"[Query]\nM2ProcessName= Z.exe \nAccountTable=dbo.T\nAccountField=F\nMaxResults=7\n"
+           "[ODBC]\nDriver=\" My D \"\n",
+           L"Z.exe|dbo.T|F|My D|7"},
+          {"[Query]\nM2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
+          {"[Query]\nMaxResults=-5\n", kDefaults + L"1"},
+          {"[Query]\nMaxResults=0\n", kDefaults + L"1"},
+          {"[Query]\nMaxResults=many\n", kDefaults + L"1"},
+          {"[Query]\nMaxResults=500\n", kDefaults + L"500"},
+          {"[Query]\nMaxResults=501\n", kDefaults + L"500"},
+          {"[Query]\nAccountTable=" + std::string(1030, 'x') + "\n",
+           L"M2Server.exe|" + std::wstring(1023, L'x') + L"|AUTO||100"}}) {
         const TempDirectory place;
-        place.Write(kFile, row.file);
-        CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == row.settings);
+        place.Write(kFile, file);
+        CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == expected);
     }
 }
 
-TEST_CASE("saved settings have their order in a new file and are read back") {
+TEST_CASE("saved settings have their order in a new file and are read back whatever their names") {
     const TempDirectory place;
-    QuerySettings settings;
-    settings.path = place.At(kFile);
-    settings.accountTable = GetACP() == 936 ? L"账号表" : L"accounts";
-    settings.maxResults = 7;
+    QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
     SaveQuerySettings(settings);
-    CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == TextOf(settings));
-    std::ifstream file{std::filesystem::path(settings.path)};
-    std::string keys;
-    for (std::string line; std::getline(file, line);) keys += line.substr(0, line.find_first_of("=\r")) + " ";
-    CHECK(keys == "[Query] M2ProcessName AccountTable AccountField MaxResults [ODBC] Driver ");
+    CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == L"Z.exe|表|F|My D|7");
+    CHECK(AnsiToWide(ReadWholeFile(settings.path)) ==
+          L"[Query]\r\nM2ProcessName=Z.exe\r\nAccountTable=表\r\nAccountField=F\r\nMaxResults=7\r\n"
+          L"[ODBC]\r\nDriver=My D\r\n");
+    // Names beyond the system's code page, each alone; what else stands in the file stays.
+    for (const auto name : {&QuerySettings::m2ProcessName, &QuerySettings::accountTable,
+                            &QuerySettings::accountField, &QuerySettings::driver}) {
+        place.Write(kFile, "; kept\r\n[Other]\r\nKey=1\r\n");
+        QuerySettings foreign = settings;
+        foreign.*name = L"계정";
+        for (int twice = 0; twice < 2; ++twice) SaveQuerySettings(foreign);
+        CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == TextOf(foreign));
+        const std::string bytes = ReadWholeFile(settings.path);
+        CHECK(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), 25) ==
+              L"\uFEFF; kept\r\n[Other]\r\nKey=1\r\n");
+    }
+    CHECK_FALSE(IsRegularFile(settings.path + L".new"));
     settings.path = place.At(L"missing\\QuerySettings.ini");
     CHECK_NOTHROW(SaveQuerySettings(settings));
 }

@@ -6,9 +6,7 @@
 #include "tests/support/wide_text.h"
 #include "text/owner.h"
 
-namespace {
-
-std::vector<int> closed;  // by the trait below, in order
+static std::vector<int> closed;  // by the trait below, in order
 
 struct FakeTrait {
     using Handle = int;
@@ -16,20 +14,17 @@ struct FakeTrait {
     static void Close(Handle handle) noexcept { closed.push_back(handle); }
 };
 using FakeOwner = Owner<FakeTrait>;
-
 static_assert(!std::is_copy_constructible_v<FakeOwner> && !std::is_copy_assignable_v<FakeOwner>,
               "two owners of one handle would close it twice");
 
-}  // namespace
-
 TEST_CASE("text survives the way to UTF-8 and back and malformed text never throws") {
-    for (const std::wstring text : {L"", L"GameDB;'}", L"\u00E9区", L"a\xD842\xDFB7"}) {
+    for (const std::wstring text : {L"", L"GameDB;'}", L"\u00E9区", L"a\xD842\xDFB7"})
         CHECK(StrictUtf8ToWide(WideToUtf8(text)) == text);
-    }
     CHECK(WideToUtf8(L"\u00E9区\xD842\xDFB7") == "\xC3\xA9\xE5\x8C\xBA\xF0\xA0\xAE\xB7");
     CHECK(Utf8ToWide("a\xFFz") == L"a\uFFFDz");
     CHECK(WideToUtf8(L"a\xD842z") == "a\xEF\xBF\xBDz");
     for (const char* bytes : {"a\xFFz", "\xE5\x8C", "\xC0\x80"}) CHECK(StrictUtf8ToWide(bytes) == L"");
+    CHECK(std::string(RuntimeError(L"区").what()) == "\xE5\x8C\xBA");
 }
 
 TEST_CASE("trimming takes white space off both ends and comparing leaves letter case aside") {
@@ -37,13 +32,14 @@ TEST_CASE("trimming takes white space off both ends and comparing leaves letter 
     CHECK(Trim(L" \v\f ") == L"");
     CHECK(ToLower(L"TBL_账号_X1") == L"tbl_账号_x1");
     CHECK(EqualsNoCase(L"m2server.EXE", L"M2Server.exe"));
-    CHECK_FALSE(EqualsNoCase(L"M2Server", L"M2Server.exe"));
+    CHECK_FALSE((EqualsNoCase(L"M2Server", L"M2Server.exe") || EqualsNoCase(L"M2Server.exe", L"M2Server")));
 }
 
 TEST_CASE("a handle is closed once by its last owner and a released one never") {
     closed.clear();
     {
         FakeOwner first(1), second(std::move(first)), third(3);
+        CHECK((second && !first && second.Get() == 1));
         third = std::move(second);
         FakeOwner& itself = third;
         third = std::move(itself);

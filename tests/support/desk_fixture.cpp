@@ -5,18 +5,10 @@
 
 #include <filesystem>
 
-#include "discovery/paths.h"
 #include "tests/support/test_database.h"
 #include "text/text.h"
 
 namespace {
-
-// What the build has made, from the folder of the test program.
-std::wstring Built(std::wstring_view relativePath) {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return JoinPath(ParentPath(ParentPath(path)), relativePath);
-}
 
 std::string JsonText(const std::wstring& text) {
     std::string json = "\"";

@@ -10,6 +10,7 @@
 #include "id_repair/repair_layout.h"
 #include "tests/support/merge_fixture.h"
 #include "tests/support/temp_directory.h"
+#include "text/text.h"
 
 /// Checks where controls really stand. A combo box is as high as its font makes it.
 void CheckPlaces(HWND window, std::span<const ControlPlace> places);
@@ -21,6 +22,9 @@ public:
     /// @param json  content of Config.Json, for instance that of a zone on the test server.
     void StartZone(const std::wstring& name, const std::string& json);
     static std::string ZoneJson(const std::string& utf8Name, const std::wstring& database);
+
+    /// Writes a file beside the program.
+    void Write(std::wstring_view name, std::string_view bytes) const { folder_.Write(name, bytes); }
 
     /// Starts the program and waits for its filled window.
     void StartTool();

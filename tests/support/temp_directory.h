@@ -1,11 +1,20 @@
 #pragma once
 
+#include <windows.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 
-#include "text/text.h"
+#include "discovery/paths.h"
+
+/// What the build has made, from the folder of the test program.
+inline std::wstring Built(std::wstring_view relativePath) {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return JoinPath(ParentPath(ParentPath(path)), relativePath);
+}
 
 /// A new empty directory, deleted with everything in it at the end of its scope. Its name is Chinese, as the
 /// operators' own folders are. Paths given to it are relative to it, with "\" between their parts.
