@@ -45,8 +45,7 @@ inline Type TakeType(TokenReader& in, int defaultLength) {
     return type;
 }
 
-/// Reads COLLATE and its name, if it follows. @throws SqlError 448 for any but Chinese_PRC_CI_AS and
-/// DATABASE_DEFAULT.
+/// Reads COLLATE and the collation or DATABASE_DEFAULT, if it follows. @throws SqlError 448 for any other.
 inline bool TakeCollation(TokenReader& in) {
     if (!in.TakeIf("COLLATE")) return false;
     const std::string name = in.TakeName(), key = UpperAscii(name);
@@ -66,8 +65,7 @@ public:
         sources_.push_back({std::move(name), std::move(table)});
     }
 
-    /// The values of a select list, with their names. @throws SqlError 8120 where it mixes columns and
-    /// aggregates.
+    /// A select list. @throws SqlError 8120 where it mixes columns and aggregates.
     std::string SelectList() {
         std::string list = in_.TakeList([this] {
             std::string value = Value();

@@ -59,8 +59,7 @@ std::optional<std::string> ReadParameter(const ParameterBinding& binding) {
 std::int64_t WholeNumber(const Cell& cell) {
     std::int64_t value = 0;
     const Reading reading = ReadInteger(Render(cell), value);
-    if (reading == Reading::kTooLarge) Fail(kNumberRange);
-    if (reading == Reading::kNoNumber) Fail(kNotANumber);
+    if (reading != Reading::kNumber) Fail(reading == Reading::kTooLarge ? kNumberRange : kNotANumber);
     return value;
 }
 
@@ -119,6 +118,11 @@ void Connection::Disconnect() {
     statements_.clear();
     session_.reset();
     dead_ = false;
+}
+
+void Connection::Free() {
+    if (session_ != nullptr || dead_) Fail(kSequence);
+    delete this;
 }
 
 Session& Connection::Open() {
@@ -194,19 +198,15 @@ bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcep
     return count == text.size();
 }
 
-void Statement::Prepare(const std::string& sql) {
+void Statement::Prepare(const char* event, const std::string& sql) {
     Close();
-    prepared_ = false;
-    connection_.Open();
+    connection_.Note(event, sql);
     text_ = sql;
     batch_ = SplitStatements(sql);
-    prepared_ = true;
 }
 
 SQLRETURN Statement::Execute() {
-    if (!prepared_) Fail(kSequence);
     Close();
-    connection_.Note("execute", text_);
     connection_.Claim(this);
     next_ = 0;
     return Run();

@@ -68,22 +68,14 @@ ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
     });
 }
 
-/// The version of ODBC that the application wants; without this call the driver manager takes a driver for an
-/// old one.
+/// Without this function the driver manager takes the driver for one of ODBC 2.
 ODBC_ENTRY SQLSetEnvAttr(SQLHENV, SQLINTEGER, SQLPOINTER, SQLINTEGER) {
     return SQL_SUCCESS;
 }
 
 ODBC_ENTRY SQLFreeHandle(SQLSMALLINT, SQLHANDLE raw) {
     return Call<Handle>(raw, [](Handle& handle) -> SQLRETURN {
-        if (handle.Kind() == HandleKind::kStatement) {
-            auto& statement = static_cast<Statement&>(handle);
-            statement.Owner().FreeStatement(&statement);
-            return SQL_SUCCESS;
-        }
-        const bool isConnection = handle.Kind() == HandleKind::kConnection;
-        if (isConnection && static_cast<Connection&>(handle).IsConnected()) Fail(kSequence);
-        delete &handle;
+        handle.Free();
         return SQL_SUCCESS;
     });
 }
@@ -105,10 +97,8 @@ ODBC_ENTRY SQLDisconnect(SQLHDBC dbc) {
     });
 }
 
-ODBC_ENTRY SQLEndTran(SQLSMALLINT kind, SQLHANDLE raw, SQLSMALLINT completion) {
+ODBC_ENTRY SQLEndTran(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT completion) {
     return Call<Connection>(raw, [&](Connection& connection) -> SQLRETURN {
-        if (kind != SQL_HANDLE_DBC)
-            Fail(kNotImplemented);  // the driver manager asks connection by connection
         connection.EndTransaction(completion == SQL_COMMIT);
         return SQL_SUCCESS;
     });
@@ -116,12 +106,9 @@ ODBC_ENTRY SQLEndTran(SQLSMALLINT kind, SQLHANDLE raw, SQLSMALLINT completion) {
 
 ODBC_ENTRY SQLSetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER) {
     return Call<Connection>(dbc, [&](Connection& connection) -> SQLRETURN {
-        const bool isTimeout =
-            attribute == SQL_ATTR_LOGIN_TIMEOUT || attribute == SQL_ATTR_CONNECTION_TIMEOUT;
-        if (isTimeout) return SQL_SUCCESS;  // nothing here takes time
-        if (attribute != SQL_ATTR_AUTOCOMMIT) Fail(kNotImplemented);
-        connection.SetManual(reinterpret_cast<SQLULEN>(value) == SQL_AUTOCOMMIT_OFF);
-        return SQL_SUCCESS;
+        const bool manual = reinterpret_cast<SQLULEN>(value) == SQL_AUTOCOMMIT_OFF;
+        if (attribute == SQL_ATTR_AUTOCOMMIT) connection.SetManual(manual);
+        return SQL_SUCCESS;  // all others are time-outs, and nothing here takes time
     });
 }
 
@@ -137,10 +124,8 @@ ODBC_ENTRY SQLGetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER valu
 
 ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
-        const std::string text = ReadWide(sql, length);
         statement.Owner().Count("prepare");
-        statement.Owner().Note("prepare", text);
-        statement.Prepare(text);
+        statement.Prepare("prepare", ReadWide(sql, length));
         return SQL_SUCCESS;
     });
 }
@@ -148,6 +133,7 @@ ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
 ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
     return Call<Statement>(stmt, [](Statement& statement) {
         statement.Owner().Count("execute");
+        statement.Owner().Note("execute", statement.Text());
         return statement.Execute();
     });
 }
@@ -155,7 +141,7 @@ ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
 ODBC_ENTRY SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) {
         statement.Owner().Count("execute");
-        statement.Prepare(ReadWide(sql, length));
+        statement.Prepare("execute", ReadWide(sql, length));
         return statement.Execute();
     });
 }

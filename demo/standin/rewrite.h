@@ -17,9 +17,7 @@ struct Rewritten {
 Rewritten RewriteStatement(Session& session, TokenReader& in);
 std::string RewriteTest(Session& session, TokenReader& in);
 
-/// Runs one statement that defines something or steers the session: CREATE, ALTER and DROP DATABASE, CREATE
-/// SCHEMA, TABLE and INDEX, USE, SET LOCK_TIMEOUT, ROLLBACK TRANSACTION. @throws SqlError 102 for any other
-/// statement.
+/// Runs one statement that defines something or steers the session: CREATE, ALTER, DROP, USE, SET, ROLLBACK.
 void RunCommand(Session& session, TokenReader& in);
 
 }  // namespace standin

@@ -19,8 +19,7 @@ struct Login {
 /// @throws SqlError 08001 for a string that cannot be read.
 Login ReadConnectionString(const std::string& text);
 
-/// The folder of a server by its SERVER value, under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is
-/// none.
+/// The folder of a server under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is none.
 std::string FindServer(const std::string& server);
 
 /// One login on one server: a connection to the server's file, the current database and the transaction.

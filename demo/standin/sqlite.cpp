@@ -124,8 +124,7 @@ Sqlite::Sqlite(const std::string& file) {
         if (attempt == 500) Throw(sqlite3_extended_errcode(db), "");
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    // The machine may lose the file when it loses its power; a process that is killed loses only what is
-    // open.
+    // A machine without power may lose the file; a process that is killed loses only what is open.
     Run("PRAGMA synchronous=OFF");
     Run("PRAGMA temp_store=MEMORY");
 }

@@ -19,8 +19,7 @@ struct TypeWord {
     std::int64_t low, high;  // of an integer
 };
 
-/// A type: text with its length, a decimal without places behind the point with its precision, or the word
-/// alone.
+/// A type: text with its length, a whole decimal with its precision, or the word alone.
 struct Type {
     const TypeWord* word;
     int length;
