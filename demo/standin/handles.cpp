@@ -10,7 +10,6 @@
 #include <cstring>
 #include <mutex>
 
-#include "rewrite.h"
 #include "text.h"
 
 namespace standin {
@@ -147,20 +146,22 @@ void Connection::CloseCursors() {
     for (const auto& statement : statements_) statement->Close();
 }
 
-void Connection::SetManual(bool manual) {
-    const char* const event = manual ? "manual" : "auto";
+/// What every change of the transaction begins with.
+void Connection::BeginChange(const char* event) {
     Count(event);
     Note(event);
     CloseCursors();
+}
+
+void Connection::SetManual(bool manual) {
+    BeginChange(manual ? "manual" : "auto");
     Open().SetManual(manual);
 }
 
 void Connection::EndTransaction(bool commit) {
-    const char* const event = commit ? "commit" : "rollback";
-    Count(event);
-    Note(event);
-    CloseCursors();
-    Open().End(event);
+    const char* const how = commit ? "commit" : "rollback";
+    BeginChange(how);
+    Open().End(how);
 }
 
 Statement* Connection::NewStatement() {

@@ -76,6 +76,7 @@ public:
 
 private:
     void CloseCursors();
+    void BeginChange(const char* event);
 
     std::string directory_;
     std::unique_ptr<Session> session_;

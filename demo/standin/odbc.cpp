@@ -6,7 +6,7 @@
 #include "handles.h"
 #include "text.h"
 
-#define ODBC_ENTRY extern "C" __attribute__((visibility("default"))) SQLRETURN SQL_API
+#define ODBC_ENTRY extern "C" SQLRETURN SQL_API
 
 using namespace standin;
 

@@ -48,10 +48,10 @@ void ReturnCell(sqlite3_context* context, const Cell& cell) {
 }
 
 /// ms_cast(value, type, length) and ms_store(value, type, length)
-template <Cell (*kConvert)(const Cell&, std::size_t, int)>
+template <bool kMayCut>
 Cell ConvertFunction(int, sqlite3_value** values) {
-    return kConvert(ValueCell(values[0]), static_cast<std::size_t>(sqlite3_value_int(values[1])),
-                    sqlite3_value_int(values[2]));
+    const auto type = static_cast<std::size_t>(sqlite3_value_int(values[1]));
+    return Convert(ValueCell(values[0]), type, sqlite3_value_int(values[2]), kMayCut);
 }
 
 /// ms_calc(sign, left, right)
@@ -97,9 +97,6 @@ std::string QuoteName(std::string_view name) {
 
 Cell ColumnCell(sqlite3_stmt* stmt, int column) {
     return ValueCell(sqlite3_column_value(stmt, column));
-}
-std::string ColumnText(sqlite3_stmt* stmt, int column) {
-    return ValueText(sqlite3_column_value(stmt, column));
 }
 
 void BindText(sqlite3_stmt* stmt, int parameter, const std::string& text) {
@@ -147,8 +144,8 @@ void Sqlite::RegisterFunctions() {
         sqlite3_create_function(db_.get(), name, arguments, SQLITE_UTF8 | SQLITE_DETERMINISTIC, this,
                                 function, nullptr, nullptr);
     };
-    add("ms_cast", 3, Function<ConvertFunction<Cast>>);
-    add("ms_store", 3, Function<ConvertFunction<Store>>);
+    add("ms_cast", 3, Function<ConvertFunction<true>>);
+    add("ms_store", 3, Function<ConvertFunction<false>>);
     add("ms_calc", 3, Function<CalculateFunction>);
     add("like", 2, Function<LikeFunction>);
     add("like", 3, Function<LikeFunction>);
