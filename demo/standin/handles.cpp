@@ -90,10 +90,6 @@ Handle::~Handle() {
     if (!staysCounted_) CountHandle(kind_, -1);
 }
 
-void Handle::AddInFront(const std::vector<DiagRecord>& records) {
-    records_.insert(records_.begin(), records.begin(), records.end());
-}
-
 Connection::Connection() : Handle(HandleKind::kConnection) {}
 Connection::~Connection() = default;
 
@@ -158,8 +154,7 @@ void Connection::SetManual(bool manual) {
     Open().SetManual(manual);
 }
 
-void Connection::EndTransaction(bool commit) {
-    const char* const how = commit ? "commit" : "rollback";
+void Connection::EndTransaction(const char* how) {
     BeginChange(how);
     Open().End(how);
 }

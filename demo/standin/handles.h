@@ -31,7 +31,9 @@ public:
     void Warn(const Error& error, std::string_view argument = {}) {
         records_.push_back(MakeRecord(error, argument));
     }
-    void AddInFront(const std::vector<DiagRecord>& records);  // of the warnings
+    void AddInFront(const std::vector<DiagRecord>& records) {
+        records_.insert(records_.begin(), records.begin(), records.end());
+    }
 
     virtual void Free() { delete this; }
 
@@ -58,7 +60,7 @@ public:
     bool IsManual() const { return session_ != nullptr && session_->IsManual(); }
 
     void SetManual(bool manual);
-    void EndTransaction(bool commit);
+    void EndTransaction(const char* how);  // "commit" or "rollback"
 
     /// The session. @throws SqlError 08S01 when the connection is dead, 08003 when there is none.
     Session& Open();

@@ -128,7 +128,8 @@ Cell Calculate(char sign, const Cell& left, const Cell& right) {
     const auto* head = std::get_if<std::string>(&left);
     const auto* tail = std::get_if<std::string>(&right);
     if (sign == '+' && head != nullptr && tail != nullptr) return *head + *tail;
-    const TypeWord& bigint = *FindType("bigint", 0).word;
+    constexpr TypeWord bigint = kWords[7];
+    static_assert(bigint.low == BigInt::min());
     const std::int64_t a = ToInteger(left, bigint), b = ToInteger(right, bigint);
     std::int64_t result = 0;
     const bool overflow =
