@@ -49,7 +49,6 @@ constexpr Error kCannotOpen{"42000", 4060, "Cannot open database \"%\" requested
 constexpr Error kContextChanged{"01000", 5701, "Changed database context to '%'."};
 constexpr Error kNumeric{"42000", 8114, "Error converting data type nvarchar to numeric."};
 constexpr Error kOverflow{"22003", 8115, "Arithmetic overflow error converting expression to data type %."};
-constexpr Error kBareColumn{"42000", 8120, "Column '%' in the select list is not contained in an aggregate."};
 constexpr Error kLoginFailed{"28000", 18456, "Login failed for user '%'."};
 constexpr Error kStatementFailed{"42000", 50000, "The stand-in could not run the statement: %"};
 

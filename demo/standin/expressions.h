@@ -15,20 +15,9 @@ namespace standin {
 constexpr std::string_view kConnectors[] = {"=",  "<>",  "!=", "<",    "<=",    ">",
                                             ">=", "AND", "OR", "LIKE", "ESCAPE"};
 
-struct FunctionRow {
-    const char* name;
-    const char* before;  // the rewritten argument stands between these
-    const char* behind;
-    bool aggregate;
-};
-constexpr FunctionRow kFunctions[] = {
-    {"COUNT", "count(", ")", true},
-    {"COUNT_BIG", "count(", ")", true},
-    {"MAX", "max(", ")", true},
-    {"LTRIM", "(ltrim(", ") COLLATE MS)", false},
-    {"RTRIM", "(rtrim(", ") COLLATE MS)", false},
-    {"DB_ID", "(SELECT id FROM \"~databases\" WHERE name = ", ")", false},
-};
+/// T-SQL's functions of one argument, and SQLite's.
+constexpr std::pair<std::string_view, const char*> kFunctions[] = {
+    {"COUNT", "count"}, {"COUNT_BIG", "count"}, {"MAX", "max"}, {"LTRIM", "ltrim"}, {"RTRIM", "rtrim"}};
 
 constexpr int kCastLength = 30;  // of a CAST to text without a length
 
@@ -45,8 +34,7 @@ inline Type TakeType(TokenReader& in, int defaultLength) {
     return type;
 }
 
-/// Reads COLLATE and its name, if it follows. @throws SqlError 448 for any but Chinese_PRC_CI_AS and
-/// DATABASE_DEFAULT.
+/// Reads COLLATE and the collation or DATABASE_DEFAULT, if it follows. @throws SqlError 448 for any other.
 inline bool TakeCollation(TokenReader& in) {
     if (!in.TakeIf("COLLATE")) return false;
     const std::string name = in.TakeName(), key = UpperAscii(name);
@@ -66,16 +54,12 @@ public:
         sources_.push_back({std::move(name), std::move(table)});
     }
 
-    /// The values of a select list, with their names. @throws SqlError 8120 where it mixes columns and
-    /// aggregates.
     std::string SelectList() {
-        std::string list = in_.TakeList([this] {
+        return in_.TakeList([this] {
             std::string value = Value();
             if (in_.TakeIf("AS") || in_.IsName()) value += " AS " + QuoteName(in_.TakeName());
             return value;
         });
-        if (sawAggregate_ && !bareColumn_.empty()) Fail(kBareColumn, bareColumn_);
-        return list;
     }
 
     std::string Condition() {
@@ -185,22 +169,19 @@ private:
         const std::string name = in_.TakeName(), key = UpperAscii(name);
         in_.Take("(");
         if (key == "DB_NAME" && in_.TakeIf(")")) return "(" + QuoteText(session_.Current()) + " COLLATE MS)";
-        const auto* row = std::ranges::find(kFunctions, key, &FunctionRow::name);
-        if (row == std::end(kFunctions)) Fail(kUnknownFunction, name);
-        const bool outer = std::exchange(inAggregate_, inAggregate_ || row->aggregate);
-        sawAggregate_ = sawAggregate_ || row->aggregate;
-        const bool countsRows = key.starts_with("COUNT") && in_.TakeIf("*");
-        const std::string argument = countsRows ? "*" : Value();
+        const std::string argument = key.starts_with("COUNT") && in_.TakeIf("*") ? "*" : Value();
         in_.Take(")");
-        inAggregate_ = outer;
-        return row->before + argument + row->behind;
+        if (key == "DB_ID") return "(SELECT id FROM \"~databases\" WHERE name = " + argument + ")";
+        for (const auto& [function, sqlite] : kFunctions) {
+            if (key == function) return "(" + std::string(sqlite) + "(" + argument + ") COLLATE MS)";
+        }
+        Fail(kUnknownFunction, name);
     }
 
     std::string ColumnName() {
         Column column{{}, in_.TakeName(), {}};
         if (in_.TakeIf(".")) column.source = std::exchange(column.name, in_.TakeName());
         column.sql = (column.source.empty() ? "" : QuoteName(column.source) + ".") + QuoteName(column.name);
-        if (!inAggregate_) bareColumn_ = column.name;
         lastColumn_ = column;
         return column.sql;
     }
@@ -209,9 +190,6 @@ private:
     TokenReader& in_;
     std::vector<Source> sources_;
     Column lastColumn_;
-    bool inAggregate_ = false;
-    bool sawAggregate_ = false;
-    std::string bareColumn_;  // a column outside every aggregate
 };
 
 }  // namespace standin

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <mutex>
 
-#include "rewrite.h"
 #include "text.h"
 
 namespace standin {
@@ -59,8 +58,7 @@ std::optional<std::string> ReadParameter(const ParameterBinding& binding) {
 std::int64_t WholeNumber(const Cell& cell) {
     std::int64_t value = 0;
     const Reading reading = ReadInteger(Render(cell), value);
-    if (reading == Reading::kTooLarge) Fail(kNumberRange);
-    if (reading == Reading::kNoNumber) Fail(kNotANumber);
+    if (reading != Reading::kNumber) Fail(reading == Reading::kTooLarge ? kNumberRange : kNotANumber);
     return value;
 }
 
@@ -92,10 +90,6 @@ Handle::~Handle() {
     if (!staysCounted_) CountHandle(kind_, -1);
 }
 
-void Handle::AddInFront(const std::vector<DiagRecord>& records) {
-    records_.insert(records_.begin(), records.begin(), records.end());
-}
-
 Connection::Connection() : Handle(HandleKind::kConnection) {}
 Connection::~Connection() = default;
 
@@ -121,6 +115,11 @@ void Connection::Disconnect() {
     dead_ = false;
 }
 
+void Connection::Free() {
+    if (session_ != nullptr || dead_) Fail(kSequence);
+    delete this;
+}
+
 Session& Connection::Open() {
     if (dead_) Fail(kDead);
     if (!session_) Fail(kNotConnected);
@@ -143,20 +142,21 @@ void Connection::CloseCursors() {
     for (const auto& statement : statements_) statement->Close();
 }
 
-void Connection::SetManual(bool manual) {
-    const char* const event = manual ? "manual" : "auto";
+/// What every change of the transaction begins with.
+void Connection::BeginChange(const char* event) {
     Count(event);
     Note(event);
     CloseCursors();
+}
+
+void Connection::SetManual(bool manual) {
+    BeginChange(manual ? "manual" : "auto");
     Open().SetManual(manual);
 }
 
-void Connection::EndTransaction(bool commit) {
-    const char* const event = commit ? "commit" : "rollback";
-    Count(event);
-    Note(event);
-    CloseCursors();
-    Open().End(event);
+void Connection::EndTransaction(const char* how) {
+    BeginChange(how);
+    Open().End(how);
 }
 
 Statement* Connection::NewStatement() {
@@ -194,19 +194,15 @@ bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcep
     return count == text.size();
 }
 
-void Statement::Prepare(const std::string& sql) {
+void Statement::Prepare(const char* event, const std::string& sql) {
     Close();
-    prepared_ = false;
-    connection_.Open();
+    connection_.Note(event, sql);
     text_ = sql;
     batch_ = SplitStatements(sql);
-    prepared_ = true;
 }
 
 SQLRETURN Statement::Execute() {
-    if (!prepared_) Fail(kSequence);
     Close();
-    connection_.Note("execute", text_);
     connection_.Claim(this);
     next_ = 0;
     return Run();

@@ -26,13 +26,16 @@ public:
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
-    HandleKind Kind() const { return kind_; }
     const std::vector<DiagRecord>& Records() const { return records_; }
     void ClearRecords() { records_.clear(); }
     void Warn(const Error& error, std::string_view argument = {}) {
         records_.push_back(MakeRecord(error, argument));
     }
-    void AddInFront(const std::vector<DiagRecord>& records);  // of the warnings
+    void AddInFront(const std::vector<DiagRecord>& records) {
+        records_.insert(records_.begin(), records.begin(), records.end());
+    }
+
+    virtual void Free() { delete this; }
 
     /// The handle goes, but its owner never freed it: it stays in the count, so that the leak shows.
     void StayCounted() { staysCounted_ = true; }
@@ -52,12 +55,12 @@ public:
 
     void Connect(const std::string& connectionString);
     void Disconnect();
-    bool IsConnected() const { return session_ != nullptr || dead_; }
+    void Free() override;  // @throws SqlError HY010 while it is connected
     bool IsDead() const { return dead_; }
     bool IsManual() const { return session_ != nullptr && session_->IsManual(); }
 
     void SetManual(bool manual);
-    void EndTransaction(bool commit);
+    void EndTransaction(const char* how);  // "commit" or "rollback"
 
     /// The session. @throws SqlError 08S01 when the connection is dead, 08003 when there is none.
     Session& Open();
@@ -69,13 +72,13 @@ public:
     Statement* NewStatement();
     void FreeStatement(const Statement* statement);
 
-    /// One result at a time: while rows of one statement are unread, no other can run. @throws SqlError
-    /// HY000.
+    /// One result at a time: while rows of one are unread, no other can run. @throws SqlError HY000.
     void Claim(const Statement* statement);
     void Release(const Statement* statement);
 
 private:
     void CloseCursors();
+    void BeginChange(const char* event);
 
     std::string directory_;
     std::unique_ptr<Session> session_;
@@ -108,7 +111,11 @@ public:
     ~Statement() override { Close(); }
 
     Connection& Owner() { return connection_; }
-    void Prepare(const std::string& sql);
+    const std::string& Text() const { return text_; }
+    void Free() override { connection_.FreeStatement(this); }
+
+    /// Takes a batch. @param event  for the trace, which gets it before anything can fail
+    void Prepare(const char* event, const std::string& sql);
 
     /// Runs the prepared batch. @return SQL_SUCCESS, or SQL_NO_DATA when the last change met no row.
     SQLRETURN Execute();
@@ -130,7 +137,6 @@ private:
     std::string text_;
     std::vector<Tokens> batch_;
     std::size_t next_ = 0;  // in the batch
-    bool prepared_ = false;
     SqliteStmt cursor_;
     bool atEnd_ = false;  // of its rows
     std::map<SQLUSMALLINT, ParameterBinding> parameters_;

@@ -6,21 +6,27 @@
 #include "handles.h"
 #include "text.h"
 
-#define ODBC_ENTRY extern "C" __attribute__((visibility("default"))) SQLRETURN SQL_API
+#define ODBC_ENTRY extern "C" SQLRETURN SQL_API
 
 using namespace standin;
 
 namespace {
 
-/// Runs the body of one entry point on its handle, and turns what is thrown into records of the handle, in
-/// front of the warnings that are there already. No exception crosses into the driver manager.
-template <class HandleType, class Body>
-SQLRETURN CallKeeping(SQLHANDLE raw, Body body) noexcept {
+enum Records { kNew, kKept };
+
+/// Runs the body of one entry point on its handle, and turns what is thrown into new records of the handle,
+/// in front of warnings that it has got meanwhile. A body without a result succeeds. No exception crosses
+/// into the driver manager.
+template <class HandleType, Records kRecords = kNew, class Body>
+SQLRETURN Call(SQLHANDLE raw, Body body) noexcept {
     if (raw == SQL_NULL_HANDLE) return SQL_INVALID_HANDLE;
     auto& handle = *static_cast<HandleType*>(static_cast<Handle*>(raw));
     try {
         try {
-            return body(handle);
+            if constexpr (kRecords == kNew) handle.ClearRecords();
+            if constexpr (!std::is_void_v<decltype(body(handle))>) return body(handle);
+            body(handle);
+            return SQL_SUCCESS;
         } catch (const SqlError& error) {
             handle.AddInFront(error.Records());
         } catch (const std::exception& error) {
@@ -30,15 +36,6 @@ SQLRETURN CallKeeping(SQLHANDLE raw, Body body) noexcept {
         // Not even memory for the record.
     }
     return SQL_ERROR;
-}
-
-/// The same for every call but those that read the handle's records: they go before the body.
-template <class HandleType, class Body>
-SQLRETURN Call(SQLHANDLE raw, Body body) noexcept {
-    return CallKeeping<HandleType>(raw, [&](HandleType& handle) -> SQLRETURN {
-        handle.ClearRecords();
-        return body(handle);
-    });
 }
 
 template <class Number>
@@ -61,31 +58,19 @@ ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
         *out = static_cast<Handle*>(new (std::nothrow) Handle(HandleKind::kEnvironment));
         return *out != nullptr ? SQL_SUCCESS : SQL_ERROR;
     }
-    return Call<Handle>(parent, [&](Handle& handle) -> SQLRETURN {
+    return Call<Handle>(parent, [&](Handle& handle) {
         *out = kind == SQL_HANDLE_DBC ? static_cast<Handle*>(new Connection)
                                       : static_cast<Connection&>(handle).NewStatement();
-        return SQL_SUCCESS;
     });
 }
 
-/// The version of ODBC that the application wants; without this call the driver manager takes a driver for an
-/// old one.
+/// Without this function the driver manager takes the driver for one of ODBC 2.
 ODBC_ENTRY SQLSetEnvAttr(SQLHENV, SQLINTEGER, SQLPOINTER, SQLINTEGER) {
     return SQL_SUCCESS;
 }
 
 ODBC_ENTRY SQLFreeHandle(SQLSMALLINT, SQLHANDLE raw) {
-    return Call<Handle>(raw, [](Handle& handle) -> SQLRETURN {
-        if (handle.Kind() == HandleKind::kStatement) {
-            auto& statement = static_cast<Statement&>(handle);
-            statement.Owner().FreeStatement(&statement);
-            return SQL_SUCCESS;
-        }
-        const bool isConnection = handle.Kind() == HandleKind::kConnection;
-        if (isConnection && static_cast<Connection&>(handle).IsConnected()) Fail(kSequence);
-        delete &handle;
-        return SQL_SUCCESS;
-    });
+    return Call<Handle>(raw, [](Handle& handle) { handle.Free(); });
 }
 
 ODBC_ENTRY SQLDriverConnectW(SQLHDBC dbc, SQLHWND, SQLWCHAR* in, SQLSMALLINT inLength, SQLWCHAR* out,
@@ -99,29 +84,20 @@ ODBC_ENTRY SQLDriverConnectW(SQLHDBC dbc, SQLHWND, SQLWCHAR* in, SQLSMALLINT inL
 }
 
 ODBC_ENTRY SQLDisconnect(SQLHDBC dbc) {
-    return Call<Connection>(dbc, [](Connection& connection) -> SQLRETURN {
-        connection.Disconnect();
-        return SQL_SUCCESS;
+    return Call<Connection>(dbc, [](Connection& connection) { connection.Disconnect(); });
+}
+
+ODBC_ENTRY SQLEndTran(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT completion) {
+    return Call<Connection>(raw, [&](Connection& connection) {
+        connection.EndTransaction(completion == SQL_COMMIT ? "commit" : "rollback");
     });
 }
 
-ODBC_ENTRY SQLEndTran(SQLSMALLINT kind, SQLHANDLE raw, SQLSMALLINT completion) {
-    return Call<Connection>(raw, [&](Connection& connection) -> SQLRETURN {
-        if (kind != SQL_HANDLE_DBC)
-            Fail(kNotImplemented);  // the driver manager asks connection by connection
-        connection.EndTransaction(completion == SQL_COMMIT);
-        return SQL_SUCCESS;
-    });
-}
-
+/// All attributes but one are time-outs, and nothing here takes time.
 ODBC_ENTRY SQLSetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER) {
-    return Call<Connection>(dbc, [&](Connection& connection) -> SQLRETURN {
-        const bool isTimeout =
-            attribute == SQL_ATTR_LOGIN_TIMEOUT || attribute == SQL_ATTR_CONNECTION_TIMEOUT;
-        if (isTimeout) return SQL_SUCCESS;  // nothing here takes time
-        if (attribute != SQL_ATTR_AUTOCOMMIT) Fail(kNotImplemented);
-        connection.SetManual(reinterpret_cast<SQLULEN>(value) == SQL_AUTOCOMMIT_OFF);
-        return SQL_SUCCESS;
+    return Call<Connection>(dbc, [&](Connection& connection) {
+        const bool manual = reinterpret_cast<SQLULEN>(value) == SQL_AUTOCOMMIT_OFF;
+        if (attribute == SQL_ATTR_AUTOCOMMIT) connection.SetManual(manual);
     });
 }
 
@@ -136,18 +112,16 @@ ODBC_ENTRY SQLGetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER valu
 }
 
 ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
-    return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
-        const std::string text = ReadWide(sql, length);
+    return Call<Statement>(stmt, [&](Statement& statement) {
         statement.Owner().Count("prepare");
-        statement.Owner().Note("prepare", text);
-        statement.Prepare(text);
-        return SQL_SUCCESS;
+        statement.Prepare("prepare", ReadWide(sql, length));
     });
 }
 
 ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
     return Call<Statement>(stmt, [](Statement& statement) {
         statement.Owner().Count("execute");
+        statement.Owner().Note("execute", statement.Text());
         return statement.Execute();
     });
 }
@@ -155,7 +129,7 @@ ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
 ODBC_ENTRY SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) {
         statement.Owner().Count("execute");
-        statement.Prepare(ReadWide(sql, length));
+        statement.Prepare("execute", ReadWide(sql, length));
         return statement.Execute();
     });
 }
@@ -163,21 +137,19 @@ ODBC_ENTRY SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
 ODBC_ENTRY SQLBindParameter(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT direction, SQLSMALLINT cType,
                             SQLSMALLINT, SQLULEN size, SQLSMALLINT, SQLPOINTER value, SQLLEN,
                             SQLLEN* indicator) {
-    return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
+    return Call<Statement>(stmt, [&](Statement& statement) {
         statement.Owner().Count("bind");
         if (direction != SQL_PARAM_INPUT || cType != SQL_C_WCHAR) Fail(kNotImplemented);
         statement.Bind(number, ParameterBinding{size, static_cast<const SQLWCHAR*>(value), indicator});
-        return SQL_SUCCESS;
     });
 }
 
 ODBC_ENTRY SQLBindCol(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT cType, SQLPOINTER value, SQLLEN bytes,
                       SQLLEN* indicator) {
-    return Call<Statement>(stmt, [&](Statement& statement) -> SQLRETURN {
+    return Call<Statement>(stmt, [&](Statement& statement) {
         const bool known = cType == SQL_C_WCHAR || cType == SQL_C_SBIGINT;
         if (!known || value == nullptr) Fail(kNotImplemented);
         statement.Bind(number, ColumnBinding{cType, value, bytes, indicator});
-        return SQL_SUCCESS;
     });
 }
 
@@ -199,7 +171,7 @@ ODBC_ENTRY SQLNumResultCols(SQLHSTMT stmt, SQLSMALLINT* count) {
 
 ODBC_ENTRY SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT number, SQLWCHAR* state, SQLINTEGER* native,
                           SQLWCHAR* text, SQLSMALLINT size, SQLSMALLINT* length) {
-    return CallKeeping<Handle>(raw, [&](const Handle& handle) -> SQLRETURN {
+    return Call<Handle, kKept>(raw, [&](const Handle& handle) -> SQLRETURN {
         const auto index = static_cast<std::size_t>(number) - 1;
         if (index >= handle.Records().size()) return SQL_NO_DATA;
         const DiagRecord& record = handle.Records()[index];

@@ -1,5 +1,3 @@
-#include "rewrite.h"
-
 #include "expressions.h"
 
 namespace standin {
@@ -53,18 +51,15 @@ private:
 
     std::string Sources() {
         std::string sql = Source();
-        for (;;) {
-            if (in_.TakeIf("CROSS")) {
-                in_.Take("JOIN");
-                sql += " CROSS JOIN " + Source();
-            } else if (in_.TakeIf("JOIN")) {
-                sql += " JOIN " + Source();
-                in_.Take("ON");
-                sql += " ON " + expressions_.Condition();
-            } else {
-                return sql;
-            }
+        while (in_.Is("CROSS") || in_.Is("JOIN")) {
+            const bool crosses = in_.TakeIf("CROSS");
+            in_.Take("JOIN");
+            sql += (crosses ? " CROSS JOIN " : " JOIN ") + Source();
+            if (crosses) continue;
+            in_.Take("ON");
+            sql += " ON " + expressions_.Condition();
         }
+        return sql;
     }
 
     std::string Source() {

@@ -39,15 +39,8 @@ constexpr const char* kInstall[] = {
     R"(CREATE VIEW IF NOT EXISTS "~sys" AS SELECT name, id AS database_id,
     CASE WHEN offline THEN 'OFFLINE' ELSE 'ONLINE' END COLLATE MS AS state_desc FROM "~databases")"};
 
-std::string Joined(const Name& name, char sign) {
-    std::string text;
-    for (const std::string& part : name) text += (text.empty() ? "" : std::string(1, sign)) + part;
-    return text;
-}
-
-const std::string& SchemaOf(const Name& name) {
-    static const std::string dbo = "dbo";
-    return name.size() < 2 || name[name.size() - 2].empty() ? dbo : name[name.size() - 2];
+std::string SchemaOf(const Name& name) {
+    return name.size() < 2 ? "dbo" : name[name.size() - 2];
 }
 
 }  // namespace
@@ -108,7 +101,7 @@ std::optional<Session::Database> Session::Find(const std::string& name) {
     BindText(find_.get(), 1, name);
     std::optional<Database> found;
     if (db_.Step(find_.get())) {
-        found = {ColumnText(find_.get(), 0), ColumnText(find_.get(), 1),
+        found = {Render(ColumnCell(find_.get(), 0)), Render(ColumnCell(find_.get(), 1)),
                  sqlite3_column_int(find_.get(), 2) != 0};
     }
     sqlite3_reset(find_.get());
@@ -125,20 +118,23 @@ void Session::Use(const std::string& name) {
 Session::Database Session::Open(const Name& name) {
     const std::string& database = name.size() == 3 ? name[0] : current_;
     const auto found = Find(database);
-    if (!found) Fail(kUnknownObject, Joined(name, '.'));
+    if (!found) Fail(kUnknownObject, name.back());
     if (found->offline) Fail(kOffline, database);
     return *found;
 }
 
+std::string Session::Stored(const Name& name) {
+    return Open(name).name + kPartSign + SchemaOf(name) + kPartSign + name.back();
+}
+
 std::string Session::Table(const Name& name) {
-    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
-    if (db_.HasTable(stored)) return stored;
-    if (View(name)) Fail(kSystemObject);
-    Fail(kUnknownObject, Joined(name, '.'));
+    std::string stored = Stored(name);
+    if (!db_.HasTable(stored)) Fail(View(name) ? kSystemObject : kUnknownObject, name.back());
+    return stored;
 }
 
 std::string Session::NewTable(const Name& name) {
-    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
+    std::string stored = Stored(name);
     if (db_.HasTable(stored)) Fail(kObjectExists, name.back());
     return stored;
 }
@@ -163,7 +159,7 @@ void Session::DropDatabase(const std::string& name) {
     {
         const SqliteStmt stmt =
             db_.Prepare("SELECT stored FROM \"~tables\" WHERE db = " + QuoteText(database->name));
-        while (db_.Step(stmt.get())) tables.push_back(ColumnText(stmt.get(), 0));
+        while (db_.Step(stmt.get())) tables.push_back(Render(ColumnCell(stmt.get(), 0)));
     }  // an open cursor would keep the tables locked
     for (const std::string& table : tables) db_.Run("DROP TABLE " + QuoteName(table));
     db_.Run("DELETE FROM \"~databases\" WHERE id = " + database->id);

@@ -19,8 +19,7 @@ struct Login {
 /// @throws SqlError 08001 for a string that cannot be read.
 Login ReadConnectionString(const std::string& text);
 
-/// The folder of a server by its SERVER value, under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is
-/// none.
+/// The folder of a server under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is none.
 std::string FindServer(const std::string& server);
 
 /// One login on one server: a connection to the server's file, the current database and the transaction.
@@ -72,11 +71,25 @@ private:
     };
     std::optional<Database> Find(const std::string& name);
     Database Open(const Name& name);
+    std::string Stored(const Name& name);
 
     Sqlite db_;
     SqliteStmt find_;
     std::string current_ = "master";
     bool manual_ = false;
 };
+
+struct Rewritten {
+    std::string sql;
+    std::string hints;  // of its tables, in upper case, joined by commas
+};
+
+/// Rewrites one SELECT, INSERT, UPDATE or DELETE, or the condition of an IF as a query for 1 or 0.
+/// @throws SqlError for what T-SQL or the stand-in does not know, 207, 208, 942.
+Rewritten RewriteStatement(Session& session, TokenReader& in);
+std::string RewriteTest(Session& session, TokenReader& in);
+
+/// Runs one statement that defines something or steers the session: CREATE, ALTER, DROP, USE, SET, ROLLBACK.
+void RunCommand(Session& session, TokenReader& in);
 
 }  // namespace standin

@@ -48,10 +48,10 @@ void ReturnCell(sqlite3_context* context, const Cell& cell) {
 }
 
 /// ms_cast(value, type, length) and ms_store(value, type, length)
-template <Cell (*kConvert)(const Cell&, std::size_t, int)>
+template <bool kMayCut>
 Cell ConvertFunction(int, sqlite3_value** values) {
-    return kConvert(ValueCell(values[0]), static_cast<std::size_t>(sqlite3_value_int(values[1])),
-                    sqlite3_value_int(values[2]));
+    const auto type = static_cast<std::size_t>(sqlite3_value_int(values[1]));
+    return Convert(ValueCell(values[0]), type, sqlite3_value_int(values[2]), kMayCut);
 }
 
 /// ms_calc(sign, left, right)
@@ -98,9 +98,6 @@ std::string QuoteName(std::string_view name) {
 Cell ColumnCell(sqlite3_stmt* stmt, int column) {
     return ValueCell(sqlite3_column_value(stmt, column));
 }
-std::string ColumnText(sqlite3_stmt* stmt, int column) {
-    return ValueText(sqlite3_column_value(stmt, column));
-}
 
 void BindText(sqlite3_stmt* stmt, int parameter, const std::string& text) {
     sqlite3_bind_text64(stmt, parameter, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
@@ -124,8 +121,7 @@ Sqlite::Sqlite(const std::string& file) {
         if (attempt == 500) Throw(sqlite3_extended_errcode(db), "");
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    // The machine may lose the file when it loses its power; a process that is killed loses only what is
-    // open.
+    // A machine without power may lose the file; a process that is killed loses only what is open.
     Run("PRAGMA synchronous=OFF");
     Run("PRAGMA temp_store=MEMORY");
 }
@@ -148,8 +144,8 @@ void Sqlite::RegisterFunctions() {
         sqlite3_create_function(db_.get(), name, arguments, SQLITE_UTF8 | SQLITE_DETERMINISTIC, this,
                                 function, nullptr, nullptr);
     };
-    add("ms_cast", 3, Function<ConvertFunction<Cast>>);
-    add("ms_store", 3, Function<ConvertFunction<Store>>);
+    add("ms_cast", 3, Function<ConvertFunction<true>>);
+    add("ms_store", 3, Function<ConvertFunction<false>>);
     add("ms_calc", 3, Function<CalculateFunction>);
     add("like", 2, Function<LikeFunction>);
     add("like", 3, Function<LikeFunction>);

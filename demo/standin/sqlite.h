@@ -22,7 +22,6 @@ std::string QuoteText(std::string_view text);  // 'it''s'
 std::string QuoteName(std::string_view name);  // "name"
 
 Cell ColumnCell(sqlite3_stmt* stmt, int column);
-std::string ColumnText(sqlite3_stmt* stmt, int column);  // of a value that is not NULL
 void BindText(sqlite3_stmt* stmt, int parameter, const std::string& text);
 
 /// A connection to a server's file: the collation MS, LIKE and functions of our own, waiting for locks,

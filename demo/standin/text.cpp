@@ -10,8 +10,7 @@
 namespace standin {
 namespace {
 
-/// What one byte of a UTF-8 text adds to its length: the first byte of a character all of it, the others
-/// nothing.
+/// What a byte of a UTF-8 text adds to its length: the first of a character all of it, the others nothing.
 std::size_t UnitsOf(char c, bool wide) noexcept {
     const auto byte = static_cast<unsigned char>(c);
     if ((byte & 0xC0) == 0x80) return 0;
@@ -134,15 +133,6 @@ std::string UpperAscii(std::string_view text) {
 int CompareText(std::string_view a, std::string_view b) noexcept {
     a = TrimEnd(a);
     b = TrimEnd(b);
-    // Most texts are digits and letters: their first difference decides, without ICU.
-    for (std::size_t i = 0; i <= std::max(a.size(), b.size()); ++i) {
-        const bool aEnds = i == a.size(), bEnds = i == b.size();
-        if (aEnds && bEnds) return 0;
-        const int left = aEnds ? 0 : PlainOrder(static_cast<unsigned char>(a[i]));
-        const int right = bEnds ? 0 : PlainOrder(static_cast<unsigned char>(b[i]));
-        if ((left == 0 && !aEnds) || (right == 0 && !bEnds)) break;
-        if (left != right) return left - right;
-    }
     UErrorCode status = U_ZERO_ERROR;
     return ucol_strcollUTF8(Collator(), a.data(), static_cast<std::int32_t>(a.size()), b.data(),
                             static_cast<std::int32_t>(b.size()), &status);

@@ -19,8 +19,7 @@ using Tokens = std::vector<Token>;
 /// A name of one to three parts: [[database.]schema.]table.
 using Name = std::vector<std::string>;
 
-/// Splits T-SQL into its statements, each ended by a token of the kind kEnd; statements are parted by
-/// semicolons.
+/// Splits T-SQL at its semicolons into statements, each ended by a token of the kind kEnd.
 /// @throws SqlError 105 for a text or name that is not closed, 102 for what is no token.
 std::vector<Tokens> SplitStatements(std::string_view sql);
 

@@ -71,21 +71,6 @@ Cell ToDecimal(const Cell& cell, int precision) {
     return BigDecimal{std::string(kDecimalDigits - digits.size(), '0').append(digits)};
 }
 
-Cell Convert(const Cell& cell, const Type& to, bool mayCut) {
-    if (std::holds_alternative<std::monostate>(cell)) return cell;
-    switch (to.word->family) {
-        case Family::kText:
-            return ToText(cell, to, mayCut);
-        case Family::kInteger:
-            return ToInteger(cell, *to.word);
-        case Family::kDecimal:
-            return ToDecimal(cell, to.length);
-        case Family::kTime:
-            break;
-    }
-    return cell;
-}
-
 }  // namespace
 
 std::string Type::Declaration() const {
@@ -121,11 +106,20 @@ bool FitsUncut(const Type& from, const Type& to) noexcept {
            from.length <= to.length;
 }
 
-Cell Cast(const Cell& cell, std::size_t type, int length) {
-    return Convert(cell, {&kWords[type], length}, true);
-}
-Cell Store(const Cell& cell, std::size_t type, int length) {
-    return Convert(cell, {&kWords[type], length}, false);
+Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut) {
+    const Type to{&kWords[type], length};
+    if (std::holds_alternative<std::monostate>(cell)) return cell;
+    switch (to.word->family) {
+        case Family::kText:
+            return ToText(cell, to, mayCut);
+        case Family::kInteger:
+            return ToInteger(cell, *to.word);
+        case Family::kDecimal:
+            return ToDecimal(cell, to.length);
+        case Family::kTime:
+            break;
+    }
+    return cell;
 }
 
 Cell Calculate(char sign, const Cell& left, const Cell& right) {
@@ -134,7 +128,8 @@ Cell Calculate(char sign, const Cell& left, const Cell& right) {
     const auto* head = std::get_if<std::string>(&left);
     const auto* tail = std::get_if<std::string>(&right);
     if (sign == '+' && head != nullptr && tail != nullptr) return *head + *tail;
-    const TypeWord& bigint = *FindType("bigint", 0).word;
+    constexpr TypeWord bigint = kWords[7];
+    static_assert(bigint.low == BigInt::min());
     const std::int64_t a = ToInteger(left, bigint), b = ToInteger(right, bigint);
     std::int64_t result = 0;
     const bool overflow =

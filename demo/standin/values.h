@@ -19,8 +19,7 @@ struct TypeWord {
     std::int64_t low, high;  // of an integer
 };
 
-/// A type: text with its length, a decimal without places behind the point with its precision, or the word
-/// alone.
+/// A type: text with its length, a whole decimal with its precision, or the word alone.
 struct Type {
     const TypeWord* word;
     int length;
@@ -47,11 +46,10 @@ struct BigDecimal {
 /// One value as it lies in SQLite; monostate is NULL.
 using Cell = std::variant<std::monostate, std::int64_t, std::string, BigDecimal>;
 
-/// Converts by T-SQL's rules; NULL stays NULL. @throws SqlError 245, 248, 8114, 8115.
-Cell Cast(const Cell& cell, std::size_t type, int length);
-
-/// The same, but refuses a text that is too long instead of cutting it. @throws SqlError 2628 as well.
-Cell Store(const Cell& cell, std::size_t type, int length);
+/// Converts by T-SQL's rules; NULL stays NULL. @param mayCut  a CAST cuts a text that is too long, storing
+/// refuses it
+/// @throws SqlError 245, 248, 2628, 8114, 8115.
+Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut);
 
 /// The operators + and * of T-SQL: texts are joined by +, a text beside a number becomes a number.
 /// @throws SqlError 245, 248, 8115.
