@@ -4,28 +4,90 @@
 #include "tests/support/test_database.h"
 #include "tests/support/wide_text.h"
 
-static std::wstring AccountSideError(const std::wstring& driver) {
+// The product's calls that make and end handles go through these three functions of ours: a disconnection of
+// a handle that is not connected ends in the driver manager, so nothing but its caller can show it.
+static std::string calls;  // "+" allocated, "-" freed, behind each the type of handle; "d" disconnected
+static int refused = 0;    // the type of handle that cannot be had
+template <class Function>
+static Function Real(const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"odbc32.dll"), name)));
+}
+extern "C" {
+SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE* handle) {
+    if (type == refused) return SQL_ERROR;
+    calls += "+" + std::to_string(type);
+    static const auto real = Real<decltype(&SQLAllocHandle)>("SQLAllocHandle");
+    return real(type, parent, handle);
+}
+SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
+    calls += "-" + std::to_string(type);
+    static const auto real = Real<decltype(&SQLFreeHandle)>("SQLFreeHandle");
+    return real(type, handle);
+}
+SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
+    calls += "d";
+    static const auto real = Real<decltype(&SQLDisconnect)>("SQLDisconnect");
+    return real(connection);
+}
+}
+
+// Connects on the account side with a configured driver; the error.
+static std::wstring AccountSide(const std::wstring& driver, OdbcSession session = {}) {
     DbConnectionSettings settings = SettingsFor(L"master");
     settings.driver = driver;
-    return ErrorOf([&] { OdbcSession().ConnectAccountSide(settings); });
+    return ErrorOf([&] { session.ConnectAccountSide(settings); });
 }
 
 TEST_CASE("every driver is tried in order and the last one's diagnostics are the message") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
+    const std::wstring names[] = {L"ODBC Driver 18 for SQL Server", L"ODBC Driver 17 for SQL Server",
+                                  L"SQL Server Native Client 11.0", L"SQL Server"};
+    const auto attempts = [&](const wchar_t* seconds) {
+        std::wstring told;
+        for (const std::wstring& name : names) told += L"attempt " + name + seconds;
+        return told;
+    };
+    const Faults all("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
+    std::wstring error;
+    calls.clear();
+    CHECK(ToldBy([&] { error = ErrorOf([] { Connect(L"master"); }); }) == attempts(L" 10\n"));
+    CHECK(error == L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时");
+    CHECK(calls == "+1+2ddddd-2-1");  // after every attempt, and at the end
+    calls.clear();
+    CHECK(ToldBy([&] { error = AccountSide(L" ODBC Driver 17 for SQL Server "); }) ==
+          L"attempt ODBC Driver 17 for SQL Server 5\n" + attempts(L" 5\n"));
+    CHECK(error == L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时");
+    CHECK(calls == "+1+2d-2-1");  // at the end alone
+    CHECK(ToldBy([] { AccountSide(L" "); }) == attempts(L" 5\n"));
+}
+
+TEST_CASE("a connection that succeeds ends the trying and is closed in order") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const std::wstring opened = L"connect master\n", closed = L"disconnect 0\n";
+    const std::wstring newest = L"attempt ODBC Driver 18 for SQL Server ";
+    calls.clear();
+    CHECK(ToldBy([] { Connect(L""); }) == newest + L"10\n" + opened + closed);
+    CHECK(calls == "+1+2d-2-1");
+    CHECK(ToldBy([] { CHECK(AccountSide(L"") == L"(nothing)"); }) == newest + L"5\n" + opened + closed);
+    CHECK(ToldBy([] { AccountSide(L"SQL Server", Connect(L"master")); }) ==
+          newest + L"10\n" + opened + closed + L"attempt SQL Server 5\n" + opened + closed);
     {
-        const Faults all("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
-        CHECK(ErrorOf([] { Connect(L"master"); }) ==
-              L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时");
-        CHECK(AccountSideError(L"") == L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时");
+        const Faults first("connect\t1\t08001\t1\tx\n");
+        CHECK(ToldBy([] { Connect(L"master"); }) ==
+              newest + L"10\nattempt ODBC Driver 17 for SQL Server 10\n" + opened + closed);
     }
-    // A configured driver is tried first and once more in its place.
-    std::string lines;
-    for (const char* call : {"1", "2", "3", "4", "5"}) {
-        lines += std::string("connect\t") + call + "\t08001\t1\t" + call + "\n";
-        const Faults faults(lines);
-        CHECK(AccountSideError(L" ODBC Driver 17 for SQL Server ") ==
-              (*call == '5' ? L"SQL Server 连接失败：08001: 5" : L"(nothing)"));
+    for (const auto& [type, repair, query] :
+         {std::tuple(SQL_HANDLE_ENV, L"ODBC 环境初始化失败", L"ODBC environment failed"),
+          {SQL_HANDLE_DBC, L"ODBC 连接句柄初始化失败", L"ODBC connection failed"}}) {
+        refused = type;
+        calls.clear();
+        CHECK(ErrorOf([] { Connect(L"master"); }) == repair);
+        CHECK(AccountSide(L"") == query);
+        CHECK(calls == (type == SQL_HANDLE_ENV ? "" : "+1-1+1-1"));
+        refused = 0;
     }
+    CHECK(LiveHandles() == 0);
 }
 
 TEST_CASE("a wrong password fails with the server's words") {
@@ -54,6 +116,7 @@ TEST_CASE("six diagnostic records are told and long ones cut and none at all has
     CHECK(told(seven) == L"HY000: 一 | HY000: 二 | HY000: 三 | HY000: 四 | HY000: 五 | HY000: 六");
     CHECK(told("execute\t1\t-") == L"ODBC 未返回详细错误");
     CHECK(told("execute\t1\tHY000\t1\t" + std::string(3000, 'x')) == L"HY000: " + std::wstring(1023, L'x'));
+    CHECK(told("statement\t1\tHY000\t1\tx") == L"ODBC 语句句柄初始化失败");
 }
 
 TEST_CASE("one number is read from a query") {
@@ -76,32 +139,51 @@ TEST_CASE("one number is read from a query") {
 
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
     const TestDatabase database(L"transaction", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (1)"});
-    const auto set = [](const OdbcSession& session, const wchar_t* value) {
-        ExecuteDirect(session.Connection(), std::wstring(L"UPDATE t SET n = ") + value, false);
+    // Sets the value in a transaction, and then fails or not; the error.
+    const auto setTo = [&](const std::wstring& value, const OdbcSession& session, bool fails = false) {
+        return ErrorOf([&] {
+            RunInTransaction(session.Connection(), {}, [&] {
+                ExecuteDirect(session.Connection(), L"UPDATE t SET n = " + value, false);
+                if (fails) throw RuntimeError("any");
+            });
+        });
     };
     const auto stored = [&] { return QueryText(database.Open(), L"SELECT n FROM t"); };
-    const auto fail = [](auto&&...) { throw std::out_of_range("any"); };
+    CHECK(setTo(L"3", database.Open(), true) == L"any");
+    CHECK(stored() == L"1");
     {
         const OdbcSession session = database.Open();
-        CHECK_THROWS_AS(RunInTransaction(session.Connection(), {}, [&] { fail((set(session, L"3"), 0)); }),
-                        std::out_of_range);
+        CHECK(setTo(L"4", session) == L"(nothing)");
+        RunSql(session, {L"UPDATE t SET n = 5"});  // automatic commit is on again
+        CHECK(stored() == L"5");
+        setTo(L"6", session, true);
+        RunSql(session, {L"UPDATE t SET n = 1"});
         CHECK(stored() == L"1");
-        set(session, L"4");  // automatic commit is on again
-        CHECK(stored() == L"4");
-        RunInTransaction(session.Connection(), {}, [&] { set(session, L"1"); });
     }
     if (!CanInjectFaults()) return;
     // When nothing can roll back, automatic commit stays off: switching it on would commit.
-    for (const char* faults :
-         {"commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n",
-          "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\nexecute\t2\tHY000\t1\tx\n"}) {
+    const std::wstring byStatement = L"execute IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\n";
+    const std::string cannotCommit = "commit\t1\tHY000\t1\tx\n",
+                      cannotRollBack = "rollback\t1\tHY000\t1\tx\n";
+    struct Row {
+        std::string faults;
+        std::wstring end;
+    };
+    for (const Row& row : {Row{"", L"commit \nauto \n"}, Row{cannotCommit, L"rollback \nauto \n"},
+                           Row{cannotCommit + cannotRollBack, byStatement + L"auto \n"},
+                           Row{cannotCommit + cannotRollBack + "execute\t2\tHY000\t1\tx\n", L""},
+                           Row{cannotCommit + cannotRollBack + "statement\t2\tHY000\t1\tx\n", L""}}) {
+        CAPTURE(row.faults);
         {
             const OdbcSession session = database.Open();
-            const Faults injected(faults);
-            CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, [&] { set(session, L"2"); }); }) ==
-                  L"SQL 事务提交失败");
+            const Faults injected(row.faults);
+            CHECK(ToldBy([&] {
+                      CHECK(setTo(L"2", session) ==
+                            (row.faults.empty() ? L"(nothing)" : L"SQL 事务提交失败"));
+                  }) == L"manual \nexecute UPDATE t SET n = 2\n" + row.end);
         }
-        CHECK(stored() == L"1");
+        CHECK(stored() == (row.faults.empty() ? L"2" : L"1"));
+        database.Run({L"UPDATE t SET n = 1"});
         CHECK(LiveHandles() == 0);
     }
 }

@@ -156,6 +156,12 @@ std::vector<std::wstring> Trace::Events() const {
     return events;
 }
 
+std::wstring Trace::Told() const {
+    std::wstring told;
+    for (const std::wstring& event : Events()) told += event + L"\n";
+    return told;
+}
+
 int LiveHandles() {
     int live = 0;
     for (const std::filesystem::path& path : HandleFiles()) {

@@ -92,7 +92,17 @@ struct Faults : ServerFile {
 struct Trace : ServerFile {
     Trace() : ServerFile(L"trace.txt", {}) {}
     std::vector<std::wstring> Events() const;
+    /// The same as one text, a line for each event.
+    std::wstring Told() const;
 };
+
+/// What the driver is asked to do by an action.
+template <class Action>
+std::wstring ToldBy(Action action) {
+    const Trace trace;
+    action();
+    return trace.Told();
+}
 
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.
