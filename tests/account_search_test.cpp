@@ -1,6 +1,8 @@
 #include <algorithm>
 
 #include "account_query/account_search.h"
+#include "account_query/account_source.h"
+#include "account_query/account_text.h"
 #include "tests/support/process_watch.h"
 #include "tests/support/test_database.h"
 #include "tests/support/wide_text.h"
@@ -83,41 +85,94 @@ TEST_CASE("detection prefers the best-scored column that holds the keyword") {
     CHECK(Found(database, L"ain", Manual(L"TBL_ACCOUNT", L"自动")) == L"dbo.TBL_ACCOUNT.FLD_ACCOUNT main");
 }
 
-TEST_CASE("low scores share a budget of 150 probes") {
+TEST_CASE("a search asks for the columns and probes and reads on one connection") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const TestDatabase database(
+        L"asked",
+        {L"CREATE TABLE t_user (nick text, name nvarchar(9), id int, code char(9))", L"CREATE SCHEMA game",
+         L"CREATE TABLE game.account (b ntext, a nchar(9), n int, c varchar(9))",
+         L"INSERT INTO t_user (code) VALUES ('same')"});
+    std::wstring columns;
+    for (const AccountSource& source : ScanAccountCandidates(database.Open().Connection()))
+        columns += source.table + L"." + source.column + L" ";
+    CHECK(columns == L"account.b account.a account.c t_user.name t_user.nick t_user.code ");
+    const auto asked = [&](const QuerySettings& settings) {
+        return ToldBy([&] { Found(database, L"am", settings); });
+    };
+    const std::wstring opened = L" for SQL Server 5\nconnect " + database.Name() + L"\n";
+    const auto reads = [](const std::wstring& sql) {
+        return L"prepare " + sql + L"\nexecute " + sql + L"\n";
+    };
+    const auto search = [&](const wchar_t* table, const wchar_t* column) {
+        return reads(SearchAccountsSql(table, column, 7)) + L"disconnect 0\n";
+    };
+    CHECK(asked(Manual(L"t_user", L"code", 7)) ==
+          L"attempt ODBC Driver 18" + opened + search(L"[t_user]", L"[code]"));
+    QuerySettings automatic = Manual(L"", L"", 7);
+    automatic.driver = L"ODBC Driver 17 for SQL Server";
+    std::wstring told = asked(automatic);
+    const size_t scan = told.find(L"execute "), probe = told.find(L"prepare ");
+    const std::wstring_view scanned = std::wstring_view(told).substr(scan, probe - scan);
+    CHECK(scanned.find(L"AND TABLE_SCHEMA NOT IN (N'sys',N'INFORMATION_SCHEMA')") != scanned.npos);
+    std::wstring probes;
+    for (const auto& [table, column] : {std::pair(L"[game].[account]", L"[b]"),
+                                        {L"[game].[account]", L"[a]"},
+                                        {L"[game].[account]", L"[c]"},
+                                        {L"[dbo].[t_user]", L"[name]"},
+                                        {L"[dbo].[t_user]", L"[nick]"},
+                                        {L"[dbo].[t_user]", L"[code]"}})
+        probes += reads(ProbeAccountSql(table, column));
+    CHECK(told.erase(scan, probe - scan) ==
+          L"attempt ODBC Driver 17" + opened + probes + search(L"[dbo].[t_user]", L"[code]"));
+}
+
+TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))",
                                             L"CREATE TABLE plain (" + ManyColumns(160) + L")",
-                                            L"INSERT INTO plain (c0, c149) VALUES ('first', 'beyond')"});
-    const Trace trace;
-    CHECK(Found(database, L"beyond").starts_with(L"dbo.t_user.u1"));
-    const std::vector<std::wstring> events = trace.Events();
-    CHECK(std::count_if(events.begin(), events.end(), [](const std::wstring& event) {
-              return event.starts_with(L"prepare SELECT TOP (1)");
-          }) == 150);  // the two of t_user and 148 of plain: c0 to c147
+                                            L"INSERT INTO plain (c147, c148) VALUES ('last', 'beyond')"});
+    const auto probes = [&](const wchar_t* keyword, const wchar_t* found) {
+        const Trace trace;
+        CHECK(Found(database, keyword).starts_with(found));
+        return std::ranges::count_if(trace.Events(), [](const std::wstring& event) {
+            return event.starts_with(L"prepare SELECT TOP (1)");
+        });
+    };
+    CHECK(probes(L"last", L"dbo.plain.c147 last") == 150);
+    CHECK(probes(L"beyond", L"dbo.t_user.u1") == 150);  // a score of 80 is trusted
+    // A table whose columns score exactly 20.
+    database.Run({L"CREATE TABLE accountlog (" + ManyColumns(160) + L")", L"DROP TABLE t_user",
+                  L"INSERT INTO accountlog (c159) VALUES ('beyond')"});
+    CHECK(probes(L"beyond", L"dbo.accountlog.c159 beyond") == 160);
+    CHECK(probes(L"last", L"没有自动识别到账号表") == 160);
 }
 
 TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"probes", {L"CREATE TABLE account (account varchar(9), login varchar(9))",
-                                            L"INSERT INTO account (account, login) VALUES ('same', 'same')"});
-    const std::wstring kFirst = L"dbo.account.account same", kSecond = L"dbo.account.login same";
+                                            L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
+                                            L"('sane', NULL)"});
+    const std::wstring kFirst = L"dbo.account.account same sane", kSecond = L"dbo.account.login same";
     struct Row {
         std::string fault;
         std::wstring found;
     };
     for (const Row& row :
          {Row{"statement\t2", kSecond}, Row{"prepare\t1", kSecond}, Row{"bind\t1", kSecond},
-          Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t5", kFirst},
+          Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t6", kFirst},
           Row{"statement\t1", L"ODBC statement failed"}, Row{"statement\t3", L"ODBC statement failed"},
           Row{"execute\t1", L"HY000: 断开"}, Row{"prepare\t2", L"HY000: 断开"},
+          Row{"bind\t2", L"HY000: 断开"}, Row{"execute\t3", L"HY000: 断开"},
           Row{"die\tfetch\t2", L"HY000: 断开"}, Row{"die\tfetch\t5", L"HY000: 断开"}}) {
         CAPTURE(row.fault);
         {
             const Faults faults(row.fault + "\tHY000\t1\t断开\n");
-            CHECK(Found(database, L"same") == row.found);
+            CHECK(Found(database, L"sa") == row.found);
         }
         CHECK(LiveHandles() == 0);
     }
+    const Faults faults("fetch\t2\tHY000\t1\tx\n");
+    CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 2);  // no row twice
 }
 
 TEST_CASE("a thousand searches leave memory flat and no handle") {

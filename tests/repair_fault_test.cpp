@@ -1,4 +1,6 @@
+#include <chrono>
 #include <functional>
+#include <future>
 
 #include "db/odbc_transaction.h"
 #include "id_repair/batch_repair.h"
@@ -78,16 +80,28 @@ TEST_CASE("a batch repair that fails anywhere leaves everything as it was") {
     });
 }
 
-TEST_CASE("the locked row cannot be changed by another connection until the repair ends") {
+TEST_CASE("the row that a repair has counted is locked for other connections until the repair ends") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
+    const std::vector<RelatedField> fields = zones.FieldsOf(L"1001");
     const OdbcSession repairing = Connect(zones.B()), other = Connect(zones.B());
-    RunSql(other, {L"SET LOCK_TIMEOUT 200"});
-    const auto change = [&] {
-        RunSql(other, {L"UPDATE dbo.TBL_CHARACTER SET FLD_USERID = '5' WHERE FLD_USERID = '1001'"});
+    const auto set = [&](const std::wstring& change) {
+        return ErrorOf(
+            [&] { RunSql(other, {L"UPDATE TBL_CHARACTER SET " + change + L" WHERE FLD_USERID = '1001'"}); });
     };
-    RunInTransaction(repairing.Connection(), {}, [&] {
-        CHECK(CountCharacterIdRows(repairing.Connection(), zones.B(), L"1001", true) == 1);
-        CHECK_THROWS_AS(change(), RuntimeError);
+    const Faults pause("slow\tfetch\t1\t700\n");  // behind the locked count, before the first update
+    auto repair = std::async(std::launch::async, [&] {
+        return ErrorOf([&] { RepairRoleId(repairing.Connection(), zones.B(), L"1001", L"100235", fields); });
     });
-    CHECK_NOTHROW(change());
+    RunSql(other, {L"SET LOCK_TIMEOUT 20"});
+    std::wstring refused = L"(nothing)";
+    while (refused == L"(nothing)" &&
+           repair.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        refused = set(L"FLD_ACCOUNT = FLD_ACCOUNT");
+    CHECK(refused.starts_with(L"HYT00: "));
+    RunSql(other, {L"SET LOCK_TIMEOUT -1"});
+    CHECK(repair.wait_for(std::chrono::seconds(0)) != std::future_status::ready);
+    CHECK(set(L"FLD_USERID = '5'") == L"(nothing)");  // waits, and then finds no such row
+    CHECK(repair.get() == L"(nothing)");
+    CHECK(QueryText(other, L"SELECT FLD_USERID FROM TBL_CHARACTER WHERE n = 1") == L"100235");
 }
