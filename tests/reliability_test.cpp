@@ -89,7 +89,7 @@ TEST_CASE("a server that goes away at any step of a repair leaves data and windo
         const Faults faults(row.faults);
         row.asks ? desk::Answer(question, IDYES) : story.Press(row.button);
         story.WaitForStatus(row.status);
-        CHECK(story.Enabled() == 4);
+        CHECK(story.Off().empty());
         CHECK(LiveHandles() == 0);
     }
     CHECK(story.zones.Contents() == before);
