@@ -293,8 +293,7 @@ TEST_CASE("refused repairs leave everything as it was") {
         CHECK(repair(L"1001", L"2 ", fields, zones.B()) == L"新角色唯一 ID必须是纯数字唯一 ID");
         CHECK(repair(L"1001", L"2", fields, L"B]; DROP") == badName);
         RepairAllDuplicates(session.Connection(), zones.B(), {}, {});
-        CHECK(ErrorOf([&] { RepairAllDuplicates(session.Connection(), L"B-", roles, {}); }) ==
-              badName);
+        CHECK(ErrorOf([&] { RepairAllDuplicates(session.Connection(), L"B-", roles, {}); }) == badName);
     };
     refusedAtOnce();
     if (CanInjectFaults()) CHECK(ToldBy(refusedAtOnce).empty());  // not even a transaction

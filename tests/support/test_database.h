@@ -96,7 +96,13 @@ struct Trace : ServerFile {
     std::wstring Told() const;
 };
 
-/// What the driver is asked to do by an action.
+/// What the driver is asked to do by an action, as Trace tells it.
+template <class Action>
+std::vector<std::wstring> EventsOf(Action action) {
+    const Trace trace;
+    action();
+    return trace.Events();
+}
 template <class Action>
 std::wstring ToldBy(Action action) {
     const Trace trace;
