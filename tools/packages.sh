@@ -9,7 +9,7 @@ packages=(
     cmake ninja-build g++ g++-mingw-w64-x86-64-posix doctest-dev
     wine wine64 libxrender1 libxrandr2 libxi6 libxcursor1 libxcomposite1 libxfixes3 libxinerama1
     xvfb imagemagick fonts-wqy-microhei
-    unixodbc unixodbc-dev odbcinst libsqlite3-dev
+    unixodbc unixodbc-dev odbcinst libsqlite3-dev libicu-dev
     locales
     "$@"
 )

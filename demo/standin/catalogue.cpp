@@ -1,74 +1,33 @@
 #include "catalogue.h"
 
+#include "collation.h"
 #include "text.h"
 
 namespace standin {
 namespace {
 
-constexpr const char* kInstall = R"sql(
-CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER NOT NULL);
-CREATE TABLE IF NOT EXISTS "~schemas"(db INTEGER, name TEXT COLLATE MS, PRIMARY KEY(db, name));
-CREATE TABLE IF NOT EXISTS "~tables"(id INTEGER PRIMARY KEY, db INTEGER, schema TEXT COLLATE MS, name TEXT COLLATE MS,
-    stored TEXT, UNIQUE(db, schema, name));
-CREATE TABLE IF NOT EXISTS "~columns"(tbl INTEGER, ord INTEGER, name TEXT COLLATE MS, type INTEGER, type_name TEXT,
-    char_length INTEGER, nullable INTEGER, is_identity INTEGER, default_sql TEXT, default_type INTEGER,
-    PRIMARY KEY(tbl, ord));
-INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0),(2,'tempdb',0),(3,'model',0),(4,'msdb',0);
-INSERT OR IGNORE INTO "~schemas" SELECT id, 'dbo' FROM "~databases";
-)sql";
+constexpr char kPartSign = '\x1F';
+constexpr int kSystemDatabases = 4;
 
-const Type kName{TypeId::kNVarChar, 128};
-const Type kWord{TypeId::kNVarChar, 60};
-const Type kInteger{TypeId::kInt};
-
-/// The views of the catalogue; "$db" becomes the ID and "$name" the name of the database they are asked of.
-struct View {
-    const char* schema;
-    const char* name;
-    const char* sql;
-    std::vector<ColumnInfo> columns;
+constexpr const char* kInstall[] = {
+    R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
+    R"(CREATE TABLE IF NOT EXISTS "~schemas"(db INTEGER, name TEXT COLLATE MS, UNIQUE(db, name)))",
+    R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
 };
 
-const std::vector<View>& Views() {
-    static const std::vector<View> views = {
-        {"sys",
-         "databases",
-         "SELECT name, id AS database_id, CASE WHEN offline THEN 6 ELSE 0 END AS state, "
-         "CASE WHEN offline THEN 'OFFLINE' ELSE 'ONLINE' END AS state_desc, "
-         "'Chinese_PRC_CI_AS' AS collation_name FROM \"~databases\"",
-         {{"name", kName},
-          {"database_id", kInteger},
-          {"state", {TypeId::kTinyInt}},
-          {"state_desc", kWord},
-          {"collation_name", kName}}},
-        {"sys",
-         "schemas",
-         "SELECT name, rowid AS schema_id FROM \"~schemas\" WHERE db=$db",
-         {{"name", kName}, {"schema_id", kInteger}}},
-        {"INFORMATION_SCHEMA",
-         "TABLES",
-         "SELECT $name AS TABLE_CATALOG, schema AS TABLE_SCHEMA, name AS TABLE_NAME, 'BASE TABLE' AS "
-         "TABLE_TYPE "
-         "FROM \"~tables\" WHERE db=$db",
-         {{"TABLE_CATALOG", kName}, {"TABLE_SCHEMA", kName}, {"TABLE_NAME", kName}, {"TABLE_TYPE", kWord}}},
-        {"INFORMATION_SCHEMA",
-         "COLUMNS",
-         "SELECT $name AS TABLE_CATALOG, t.schema AS TABLE_SCHEMA, t.name AS TABLE_NAME, c.name AS "
-         "COLUMN_NAME, "
-         "c.ord AS ORDINAL_POSITION, CASE WHEN c.nullable THEN 'YES' ELSE 'NO' END AS IS_NULLABLE, "
-         "c.type_name AS DATA_TYPE, c.char_length AS CHARACTER_MAXIMUM_LENGTH "
-         "FROM \"~tables\" t JOIN \"~columns\" c ON c.tbl=t.id WHERE t.db=$db",
-         {{"TABLE_CATALOG", kName},
-          {"TABLE_SCHEMA", kName},
-          {"TABLE_NAME", kName},
-          {"COLUMN_NAME", kName},
-          {"ORDINAL_POSITION", kInteger},
-          {"IS_NULLABLE", {TypeId::kVarChar, 3}},
-          {"DATA_TYPE", kName},
-          {"CHARACTER_MAXIMUM_LENGTH", kInteger}}},
-    };
-    return views;
-}
+constexpr const char* kDatabasesView =
+    R"((SELECT name, id AS database_id, CASE WHEN offline THEN 'OFFLINE' ELSE 'ONLINE' END COLLATE MS AS state_desc
+    FROM "~databases"))";
+
+/// All tables of a database ($prefix with $length characters) with their columns; $sign parts the names.
+constexpr const char* kColumnsView =
+    R"((SELECT $name COLLATE MS AS TABLE_CATALOG, substr(rest, 1, instr(rest, $sign) - 1) COLLATE MS AS TABLE_SCHEMA,
+    substr(rest, instr(rest, $sign) + 1) COLLATE MS AS TABLE_NAME, c.name COLLATE MS AS COLUMN_NAME,
+    c.cid + 1 AS ORDINAL_POSITION,
+    CASE c.type WHEN 'INTEGER' THEN 'int' ELSE substr(c.type, 1, instr(c.type || '(', '(') - 1) END COLLATE MS
+    AS DATA_TYPE
+    FROM (SELECT name AS stored, substr(name, $length + 1) AS rest FROM sqlite_schema
+    WHERE type = 'table' AND substr(name, 1, $length) = $prefix), pragma_table_xinfo(stored) c))";
 
 void ReplaceAll(std::string& text, std::string_view what, const std::string& with) {
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
@@ -76,101 +35,135 @@ void ReplaceAll(std::string& text, std::string_view what, const std::string& wit
     }
 }
 
-}  // namespace
-
-std::string JoinName(const Name& name) {
+std::string Joined(const Name& name, char sign) {
     std::string text;
-    for (const std::string& part : name) text += (text.empty() ? "" : ".") + part;
+    for (const std::string& part : name) text += (text.empty() ? "" : std::string(1, sign)) + part;
     return text;
 }
 
-void Catalogue::Install() {
-    // Asked first, so that connecting waits for nobody's transaction.
-    const char* const kInstalled = "SELECT 1 FROM sqlite_master WHERE name='~columns'";
-    if (Step(Prepare(db_, kInstalled).get())) return;
-    Run(db_, "BEGIN IMMEDIATE");
-    Run(db_, kInstall);
-    Run(db_, "COMMIT");
+const std::string& SchemaOf(const Name& name) {
+    static const std::string dbo = "dbo";
+    return name.size() < 2 || name[name.size() - 2].empty() ? dbo : name[name.size() - 2];
 }
 
-std::optional<DatabaseInfo> Catalogue::FindDatabase(const std::string& name) const {
-    const SqliteStmt stmt =
-        Prepare(db_, "SELECT id, name, offline FROM \"~databases\" WHERE name=" + QuoteText(name));
-    if (!Step(stmt.get())) return std::nullopt;
-    return DatabaseInfo{sqlite3_column_int64(stmt.get(), 0), ColumnText(stmt.get(), 1),
-                        sqlite3_column_int(stmt.get(), 2) != 0};
+}  // namespace
+
+Catalogue::Catalogue(Sqlite& db) : db_(db) {
+    // Asked first, so that connecting waits for nobody's transaction.
+    if (!db_.HasTable("~schemas")) {
+        db_.Run("BEGIN IMMEDIATE");
+        for (const char* sql : kInstall) db_.Run(sql);
+        db_.Run("COMMIT");
+    }
+    find_ = db_.Prepare("SELECT id, name, offline FROM \"~databases\" WHERE name = ?");
+}
+
+std::optional<Catalogue::Database> Catalogue::Find(const std::string& name) {
+    // The step also makes SQLite read tables anew that another connection has created.
+    BindCell(find_.get(), 1, name);
+    std::optional<Database> found;
+    if (db_.Step(find_.get())) {
+        found = {sqlite3_column_int64(find_.get(), 0), ColumnText(find_.get(), 1),
+                 sqlite3_column_int(find_.get(), 2) != 0};
+    }
+    sqlite3_reset(find_.get());
+    return found;
 }
 
 void Catalogue::Use(const std::string& name) {
-    const auto database = FindDatabase(name);
-    if (!database) {
-        Fail("42000", 911,
-             "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
-    }
-    if (database->offline) {
-        Fail("42000", 942, "Database '" + name + "' cannot be opened because it is offline.");
-    }
+    const auto database = Find(name);
+    if (!database) Fail(Err::kUnknownDatabase, name);
+    if (database->offline) Fail(Err::kDatabaseOffline, name);
     current_ = database->name;
 }
 
-Catalogue::Place Catalogue::Locate(const Name& name) const {
-    const std::string database = name.size() == 3 ? name[0] : current_;
-    const std::string schema = name.size() >= 2 ? name[name.size() - 2] : "";
-    const auto found = FindDatabase(database);
-    if (!found) Fail("42S02", 208, "Invalid object name '" + JoinName(name) + "'.");
-    if (found->offline) {
-        Fail("42000", 942, "Database '" + database + "' cannot be opened because it is offline.");
-    }
-    return {*found, schema.empty() ? "dbo" : schema, name.back()};
+Catalogue::Database Catalogue::Open(const Name& name) {
+    const std::string& database = name.size() == 3 ? name[0] : current_;
+    const auto found = Find(database);
+    if (!found) Fail(Err::kUnknownObject, Joined(name, '.'));
+    if (found->offline) Fail(Err::kDatabaseOffline, database);
+    return *found;
 }
 
-std::optional<std::int64_t> Catalogue::FindTableId(const Place& place) const {
+std::string Catalogue::Table(const Name& name) {
+    std::string stored = Joined({Open(name).name, SchemaOf(name), name.back()}, kPartSign);
+    if (db_.HasTable(stored)) return stored;
+    if (View(name)) Fail(Err::kReadOnlyObject);
+    Fail(Err::kUnknownObject, Joined(name, '.'));
+}
+
+std::string Catalogue::NewTable(const Name& name) {
+    const Database database = Open(name);
+    const std::string& schema = SchemaOf(name);
+    const SqliteStmt found =
+        db_.Prepare("SELECT 1 FROM \"~schemas\" WHERE db = " + std::to_string(database.id) +
+                    " AND name = " + QuoteText(schema));
+    if (CompareText(schema, "dbo") != 0 && !db_.Step(found.get())) Fail(Err::kUnknownSchema, schema);
+    std::string stored = Joined({database.name, schema, name.back()}, kPartSign);
+    if (db_.HasTable(stored)) Fail(Err::kObjectExists, name.back());
+    return stored;
+}
+
+std::vector<std::string> Catalogue::InsertColumns(const std::string& table) {
+    std::vector<std::string> columns;
     const SqliteStmt stmt =
-        Prepare(db_, "SELECT id FROM \"~tables\" WHERE db=" + std::to_string(place.database.id) +
-                         " AND schema=" + QuoteText(place.schema) + " AND name=" + QuoteText(place.table));
-    if (!Step(stmt.get())) return std::nullopt;
-    return sqlite3_column_int64(stmt.get(), 0);
+        db_.Prepare("SELECT name FROM pragma_table_xinfo(" + QuoteText(table) + ") WHERE type <> 'INTEGER'");
+    while (db_.Step(stmt.get())) columns.push_back(ColumnText(stmt.get(), 0));
+    return columns;
 }
 
-std::optional<std::int64_t> Catalogue::FindTableId(const Name& name) const {
-    if (name.size() == 3 && !FindDatabase(name[0])) return std::nullopt;
-    return FindTableId(Locate(name));
+std::optional<std::string> Catalogue::View(const Name& name) {
+    const std::string schema = UpperAscii(SchemaOf(name)), view = UpperAscii(name.back());
+    if (schema == "SYS" && view == "DATABASES") return kDatabasesView;
+    if (schema != "INFORMATION_SCHEMA" || view != "COLUMNS") return std::nullopt;
+    const std::string database = Open(name).name, prefix = database + kPartSign;
+    std::string sql = kColumnsView;
+    ReplaceAll(sql, "$length", "length($prefix)");
+    ReplaceAll(sql, "$sign", "char(31)");
+    ReplaceAll(sql, "$prefix", QuoteText(prefix));
+    ReplaceAll(sql, "$name", QuoteText(database));
+    return sql;
 }
 
-TableInfo Catalogue::SystemView(const Place& place, const Name& name) const {
-    for (const View& view : Views()) {
-        if (CompareText(view.schema, place.schema) != 0 || CompareText(view.name, place.table) != 0) continue;
-        std::string sql = view.sql;
-        ReplaceAll(sql, "$db", std::to_string(place.database.id));
-        ReplaceAll(sql, "$name", QuoteText(place.database.name));
-        return {0, "(" + sql + ")", JoinName(name), view.name, view.columns};
-    }
-    Fail("42S02", 208, "Invalid object name '" + JoinName(name) + "'.");
+void Catalogue::CreateDatabase(const std::string& name) {
+    if (Find(name)) Fail(Err::kDatabaseExists, name);
+    db_.Run("INSERT INTO \"~databases\"(name, offline) VALUES (" + QuoteText(name) + ", 0)");
 }
 
-TableInfo Catalogue::FindTable(const Name& name) const {
-    const Place place = Locate(name);
-    const auto id = FindTableId(place);
-    if (!id) return SystemView(place, name);
-    TableInfo table;
-    table.id = *id;
-    const SqliteStmt head =
-        Prepare(db_, "SELECT stored, schema, name FROM \"~tables\" WHERE id=" + std::to_string(*id));
-    Step(head.get());
-    table.source = QuoteName(ColumnText(head.get(), 0));
-    table.name = ColumnText(head.get(), 2);
-    table.fullName = place.database.name + "." + ColumnText(head.get(), 1) + "." + table.name;
-    const SqliteStmt stmt = Prepare(
-        db_,
-        "SELECT name, type, nullable, is_identity, default_sql, default_type FROM \"~columns\" WHERE tbl=" +
-            std::to_string(*id) + " ORDER BY ord");
-    while (Step(stmt.get())) {
-        sqlite3_stmt* row = stmt.get();
-        table.columns.push_back({ColumnText(row, 0), UnpackType(sqlite3_column_int64(row, 1)),
-                                 sqlite3_column_int(row, 2) != 0, sqlite3_column_int(row, 3) != 0,
-                                 ColumnText(row, 4), UnpackType(sqlite3_column_int64(row, 5))});
-    }
-    return table;
+Catalogue::Database Catalogue::OwnDatabase(const std::string& name, Err missing) {
+    const auto database = Find(name);
+    if (!database) Fail(missing, name);
+    if (database->id <= kSystemDatabases) Fail(Err::kSystemDatabase, name);
+    return *database;
+}
+
+void Catalogue::DropDatabase(const std::string& name) {
+    const Database database = OwnDatabase(name, Err::kCannotDrop);
+    if (database.name == current_) Fail(Err::kDatabaseInUse, name);
+    const std::string prefix = QuoteText(database.name + kPartSign), id = std::to_string(database.id);
+    std::vector<std::string> tables;
+    {
+        const SqliteStmt stmt = db_.Prepare(
+            "SELECT name FROM sqlite_schema WHERE type = 'table' AND "
+            "substr(name, 1, length(" +
+            prefix + ")) = " + prefix);
+        while (db_.Step(stmt.get())) tables.push_back(ColumnText(stmt.get(), 0));
+    }  // an open cursor would keep the tables locked
+    for (const std::string& table : tables) db_.Run("DROP TABLE " + QuoteName(table));
+    db_.Run("DELETE FROM \"~schemas\" WHERE db = " + id);
+    db_.Run("DELETE FROM \"~databases\" WHERE id = " + id);
+}
+
+void Catalogue::SetOffline(const std::string& name, bool offline) {
+    const Database database = OwnDatabase(name, Err::kCannotAlter);
+    db_.Run("UPDATE \"~databases\" SET offline = " + std::to_string(offline) +
+            " WHERE id = " + std::to_string(database.id));
+}
+
+void Catalogue::CreateSchema(const std::string& name) {
+    const std::string id = std::to_string(Open({name}).id);
+    db_.Run("INSERT OR IGNORE INTO \"~schemas\" VALUES (" + id + ", " + QuoteText(name) + ")");
+    if (db_.Changes() == 0) Fail(Err::kObjectExists, name);
 }
 
 }  // namespace standin

@@ -5,80 +5,57 @@
 #include <vector>
 
 #include "sqlite.h"
-#include "tsql_ast.h"
 
 namespace standin {
 
-struct ColumnInfo {
-    std::string name;
-    Type type;
-    bool nullable = true;
-    bool identity = false;
-    std::string defaultSql{};  // SQLite expression; empty for none
-    Type defaultType{};
-};
+/// A name of one to three parts: [[database.]schema.]table.
+using Name = std::vector<std::string>;
 
-struct TableInfo {
-    std::int64_t id = 0;   // 0 for the views of the catalogue, which cannot be written
-    std::string source;    // what stands behind FROM in SQLite
-    std::string fullName;  // Db.schema.table
-    std::string name;
-    std::vector<ColumnInfo> columns;
-};
-
-struct DatabaseInfo {
-    std::int64_t id = 0;
-    std::string name;
-    bool offline = false;
-};
-
-/// The databases, schemas, tables and columns of one server, kept in the same SQLite file as their rows.
-/// A table lies there under the name "[Database].[schema].[table]". Names are found without regard to case.
+/// The databases, schemas and tables of one server, all in one SQLite file: SQLite admits few attached files,
+/// and none inside a transaction. A table lies there under the name of its database, schema and itself,
+/// joined with U+001F, declared with T-SQL's own type words. Names of databases are compared as text, those
+/// of tables and columns without regard to the case of A to Z.
 class Catalogue {
 public:
-    explicit Catalogue(sqlite3* db) : db_(db) {}
-
-    /// Creates the catalogue's tables and the four system databases where they are missing.
-    void Install();
-
-    std::optional<DatabaseInfo> FindDatabase(const std::string& name) const;
+    /// Creates the catalogue's own tables and the four system databases where they are missing.
+    explicit Catalogue(Sqlite& db);
 
     /// The database that names without a database part belong to.
-    const std::string& CurrentDatabase() const { return current_; }
+    const std::string& Current() const { return current_; }
 
     /// @throws SqlError 911 for a missing database, 942 for an offline one.
     void Use(const std::string& name);
 
-    /// @throws SqlError 208 for a missing table, 942 for an offline database.
-    TableInfo FindTable(const Name& name) const;
+    /// The stored name of a table. @throws SqlError 208, 942, and 259 for a view of the catalogue.
+    std::string Table(const Name& name);
 
-    /// The ID of the table, or nothing.
-    std::optional<std::int64_t> FindTableId(const Name& name) const;
+    /// The stored name for a new table. @throws SqlError 208, 942, 2714, 2760.
+    std::string NewTable(const Name& name);
+
+    /// The columns of a table that an INSERT without a column list fills: all but a numbered key.
+    std::vector<std::string> InsertColumns(const std::string& table);
+
+    /// What stands for sys.databases or INFORMATION_SCHEMA.COLUMNS behind FROM; nothing for any other name.
+    std::optional<std::string> View(const Name& name);
 
     void CreateDatabase(const std::string& name);
-    void DropDatabase(const std::string& name, bool ifExists);
+    void DropDatabase(const std::string& name);
     void SetOffline(const std::string& name, bool offline);
     void CreateSchema(const std::string& name);
-    void CreateTable(const CreateTableStatement& statement);
-    void AddColumns(const AddColumnStatement& statement);
-    void CreateIndex(const CreateIndexStatement& statement);
-    void DropTable(const Name& name, bool ifExists);
 
 private:
-    struct Place {
-        DatabaseInfo database;
-        std::string schema, table;
+    struct Database {
+        std::int64_t id = 0;
+        std::string name;
+        bool offline = false;
     };
-    Place Locate(const Name& name) const;
-    std::optional<std::int64_t> FindTableId(const Place& place) const;
-    TableInfo SystemView(const Place& place, const Name& name) const;
-    void InsertColumn(std::int64_t table, const ColumnDefinition& column);
-    void DropTableRows(std::int64_t id);
+    std::optional<Database> Find(const std::string& name);
+    Database Open(const Name& name);
+    Database OwnDatabase(const std::string& name, Err missing);
 
-    sqlite3* db_;
+    Sqlite& db_;
+    SqliteStmt find_;
     std::string current_ = "master";
 };
-
-std::string JoinName(const Name& name);
 
 }  // namespace standin

@@ -9,9 +9,9 @@
 #include <charconv>
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <sstream>
 #include <thread>
 #include <tuple>
@@ -19,8 +19,9 @@
 namespace standin {
 namespace {
 
-constexpr const char* kPointNames[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
-                                       "commit",  "rollback",  "manual",  "auto", "disconnect"};
+constexpr std::string_view kPointNames[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
+                                            "commit",  "rollback",  "manual",  "auto", "disconnect"};
+static_assert(std::size(kPointNames) == static_cast<std::size_t>(Point::kDisconnect) + 1);
 
 struct Fault {
     Point point = Point::kConnect;
@@ -31,14 +32,11 @@ struct Fault {
     std::vector<DiagRecord> records;
 };
 
-struct Stamp {
-    std::int64_t seconds = 0, nanoseconds = 0, size = -1;
-    ino_t inode = 0;
-    bool operator==(const Stamp&) const = default;
-};
+/// Of a file's contents: seconds and nanoseconds of the last change, size, inode.
+using Stamp = std::tuple<std::int64_t, std::int64_t, std::int64_t, ino_t>;
 
 struct Plan {
-    Stamp stamp;
+    Stamp stamp{};
     std::vector<Fault> faults;
     std::string badLine;
     std::array<int, std::size(kPointNames)> calls{};
@@ -50,66 +48,75 @@ Stamp StampOf(const std::string& path) {
     return {info.st_mtim.tv_sec, info.st_mtim.tv_nsec, info.st_size, info.st_ino};
 }
 
-std::vector<std::string> Fields(const std::string& line) {
-    std::vector<std::string> fields;
-    std::istringstream stream(line);
-    for (std::string field; std::getline(stream, field, '\t');) fields.push_back(field);
-    return fields;
-}
-
-bool ReadNumber(std::string_view text, int& value) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
-bool ReadRange(std::string text, Fault& fault) {
-    constexpr int kForEver = 1 << 30;
-    if (text == "*") return fault.last = kForEver, true;
-    const bool open = !text.empty() && text.back() == '+';
-    if (open) text.pop_back();
-    if (!ReadNumber(text, fault.first) || fault.first < 1) return false;
-    fault.last = open ? kForEver : fault.first;
-    return true;
-}
-
-bool ReadRecords(const std::vector<std::string>& fields, std::size_t at, Fault& fault) {
-    if (at < fields.size() && fields[at] == "-") return at + 1 == fields.size();
-    for (; at < fields.size(); at += 3) {
-        DiagRecord record{fields[at], 0, "", Origin::kVerbatim};
-        if (at + 1 >= fields.size() || record.state.size() != 5 ||
-            !ReadNumber(fields[at + 1], record.native)) {
-            return false;
-        }
-        if (at + 2 < fields.size()) record.text = fields[at + 2];
-        fault.records.push_back(std::move(record));
+/// One line of faults.txt, field by field. Every Read tells whether the line is still good.
+class LineReader {
+public:
+    explicit LineReader(const std::string& line) {
+        std::istringstream stream(line);
+        for (std::string field; std::getline(stream, field, '\t');) fields_.push_back(field);
     }
-    return !fault.records.empty();
-}
 
-std::optional<Fault> ReadFault(const std::vector<std::string>& fields) {
-    Fault fault;
-    const bool slow = fields[0] == "slow";
-    fault.dies = fields[0] == "die";
-    const std::size_t at = slow || fault.dies ? 1 : 0;
-    if (fields.size() < at + 3 || !ReadRange(fields[at + 1], fault)) return std::nullopt;
-    const auto* name = std::find(std::begin(kPointNames), std::end(kPointNames), fields[at]);
-    if (name == std::end(kPointNames)) return std::nullopt;
-    fault.point = static_cast<Point>(name - std::begin(kPointNames));
-    const bool good = slow ? fields.size() == 4 && ReadNumber(fields[3], fault.sleep) && fault.sleep >= 0
-                           : ReadRecords(fields, at + 2, fault);
-    return good ? std::optional(std::move(fault)) : std::nullopt;
-}
+    bool Read(Fault& fault) {
+        const bool slow = TakeIf("slow");
+        fault.dies = !slow && TakeIf("die");
+        const auto* name = std::find(std::begin(kPointNames), std::end(kPointNames), Take());
+        if (name == std::end(kPointNames)) return false;
+        fault.point = static_cast<Point>(name - std::begin(kPointNames));
+        if (!ReadRange(fault)) return false;
+        if (slow) return ReadNumber(Take(), fault.sleep) && fault.sleep >= 0 && AtEnd();
+        return TakeIf("-") ? AtEnd() : ReadRecords(fault);
+    }
+
+private:
+    bool AtEnd() const { return at_ >= fields_.size(); }
+    std::string Take() { return AtEnd() ? "" : fields_[at_++]; }
+    bool TakeIf(std::string_view field) {
+        const bool is = !AtEnd() && fields_[at_] == field;
+        if (is) ++at_;
+        return is;
+    }
+
+    static bool ReadNumber(std::string_view text, int& value) {
+        const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+        return result.ec == std::errc() && result.ptr == text.data() + text.size();
+    }
+
+    bool ReadRange(Fault& fault) {
+        constexpr int kForEver = 1 << 30;
+        std::string text = Take();
+        if (text == "*") text = "1+";
+        const bool open = text.ends_with('+');
+        if (open) text.pop_back();
+        if (!ReadNumber(text, fault.first) || fault.first < 1) return false;
+        fault.last = open ? kForEver : fault.first;
+        return true;
+    }
+
+    bool ReadRecords(Fault& fault) {
+        do {
+            DiagRecord record;
+            record.state = Take();
+            if (record.state.size() != 5 || !ReadNumber(Take(), record.native)) return false;
+            record.text = Take();
+            fault.records.push_back(std::move(record));
+        } while (!AtEnd());
+        return true;
+    }
+
+    std::vector<std::string> fields_;
+    std::size_t at_ = 0;
+};
 
 Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     Plan plan;
     plan.stamp = stamp;
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.empty()) continue;
-        if (auto fault = ReadFault(Fields(line))) {
-            plan.faults.push_back(std::move(*fault));
-        } else {
+        if (line.ends_with('\r')) line.pop_back();
+        Fault fault;
+        if (LineReader(line).Read(fault)) {
+            plan.faults.push_back(std::move(fault));
+        } else if (!line.empty()) {
             plan.badLine = line;
         }
     }
@@ -124,9 +131,7 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
     const std::string path = serverDirectory + "/faults.txt";
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
-    if (!plan.badLine.empty()) {
-        FailInDriver("HY000", "faults.txt holds a line that cannot be read: " + plan.badLine);
-    }
+    if (!plan.badLine.empty()) Fail(Err::kFaultLine, plan.badLine);
     const int call = ++plan.calls[static_cast<std::size_t>(point)];
     std::vector<Fault> met;
     for (const Fault& fault : plan.faults) {
@@ -154,10 +159,8 @@ void Trace(const std::string& serverDirectory, int connection, const char* event
     if (file < 0) return;
     std::string line = std::to_string(getpid()) + "\t" + std::to_string(connection) + "\t" + event + "\t";
     for (const char c : text) {
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\r') {
-            line += "\\r";
+        if (c == '\n' || c == '\r') {
+            line += c == '\n' ? "\\n" : "\\r";
         } else {
             line += c;
         }

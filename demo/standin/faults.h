@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "error.h"
+#include "errors.h"
 
 namespace standin {
 
-/// The calls that a test can make fail, by their names in faults.txt.
+/// The calls that a test can make fail, in the order of their names in faults.txt.
 enum class Point {
     kConnect,
     kStatement,
@@ -39,8 +39,14 @@ public:
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
 void CountCall(const std::string& serverDirectory, Point point);
 
-/// Appends one event to the server's trace.txt, where that file exists. A call that a fault stopped is no
+/// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
+/// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no
 /// event; one that fails for reasons of its own is.
+///
+///     attempt     driver, a blank, connection time-out in seconds; before faults, so refused attempts are
+///     seen connect     database disconnect  number of statement handles that were still alive prepare,
+///     execute    the statement as sent hints       the table hints of the statement just executed, in upper
+///     case, joined by commas manual, auto, commit, rollback
 void Trace(const std::string& serverDirectory, int connection, const char* event,
            const std::string& text = {});
 

@@ -35,11 +35,6 @@ public:
         if (pwrite(file_, text, static_cast<std::size_t>(size), 0) < 0) std::perror(path_.c_str());
     }
 
-    int Of(HandleKind kind) {
-        const std::lock_guard lock(mutex_);
-        return counts_[static_cast<std::size_t>(kind)];
-    }
-
 private:
     void Open() {
         const char* root = std::getenv("SQLSTANDIN_ROOT");
@@ -61,15 +56,11 @@ HandleCounts& Counts() {
 
 }  // namespace
 
-int CountHandles(HandleKind kind) {
-    return Counts().Of(kind);
-}
-
 Handle::Handle(HandleKind kind) : kind_(kind) {
     Counts().Change(kind, 1);
 }
 Handle::~Handle() {
-    Counts().Change(kind_, -1);
+    if (!staysCounted_) Counts().Change(kind_, -1);
 }
 
 const std::string& Handle::DriverName() const {
@@ -86,12 +77,13 @@ void Handle::Add(const DiagRecord& record) {
     records_.push_back(std::move(shown));
 }
 
-void Handle::Add(const SqlError& error) {
+void Handle::AddInFront(const std::vector<DiagRecord>& records) {
     const auto warnings = static_cast<std::ptrdiff_t>(records_.size());
-    for (const DiagRecord& record : error.Records()) Add(record);
+    for (const DiagRecord& record : records) Add(record);
     std::rotate(records_.begin(), records_.begin() + warnings, records_.end());
 }
 
+Connection::Connection() : Handle(HandleKind::kConnection) {}
 Connection::~Connection() = default;
 
 void Connection::Connect(std::string_view connectionString) {
@@ -100,29 +92,27 @@ void Connection::Connect(std::string_view connectionString) {
     login_ = ReadConnectionString(connectionString, warnings);
     directory_ = FindServer(login_.server);
     number_ = ++connections;
+    Note("attempt", login_.driver + " " + login_.timeoutSeconds);
     CountCall(directory_, Point::kConnect);
     session_ = std::make_unique<Session>(directory_, login_);
     dead_ = false;
-    session_->SetManual(manual_);
     Note("connect", login_.database);
-    warnings.insert(
-        warnings.begin(),
-        {"01000", 5701, "Changed database context to '" + session_->Names().CurrentDatabase() + "'."});
+    Add(MakeRecord(Err::kContextChanged, session_->Names().Current()));
     for (const DiagRecord& warning : warnings) Add(warning);
 }
 
 void Connection::Disconnect() {
     if (!dead_) Count(Point::kDisconnect);
-    Note("disconnect");
+    Note("disconnect", std::to_string(statements_.size()));
+    for (const auto& statement : statements_) statement->StayCounted();
     statements_.clear();
     session_.reset();
     dead_ = false;
-    busy_ = nullptr;
 }
 
 Session& Connection::Open() {
-    if (dead_) FailInDriver("08S01", "Communication link failure");
-    if (!session_) FailInDriver("08003", "Connection not open");
+    if (dead_) Fail(Err::kDead);
+    if (!session_) Fail(Err::kNotConnected);
     return *session_;
 }
 
@@ -147,13 +137,10 @@ void Connection::CloseCursors() {
 }
 
 void Connection::SetManual(bool manual) {
-    if (session_ || dead_) {
-        Count(manual ? Point::kManual : Point::kAuto);
-        Note(manual ? "manual" : "auto");
-        CloseCursors();
-        Open().SetManual(manual);
-    }
-    manual_ = manual;
+    Count(manual ? Point::kManual : Point::kAuto);
+    Note(manual ? "manual" : "auto");
+    CloseCursors();
+    Open().SetManual(manual);
 }
 
 void Connection::EndTransaction(bool commit) {
@@ -167,23 +154,21 @@ void Connection::EndTransaction(bool commit) {
     }
 }
 
-StatementHandle* Connection::NewStatement() {
+Statement* Connection::NewStatement() {
     Count(Point::kStatement);
-    return statements_.emplace_back(std::make_unique<StatementHandle>(*this)).get();
+    return statements_.emplace_back(std::make_unique<Statement>(*this)).get();
 }
 
-void Connection::FreeStatement(StatementHandle* statement) {
+void Connection::FreeStatement(const Statement* statement) {
     std::erase_if(statements_, [&](const auto& owned) { return owned.get() == statement; });
 }
 
-void Connection::Claim(StatementHandle* statement) {
-    if (busy_ != nullptr && busy_ != statement) {
-        FailInDriver("HY000", "Connection is busy with results for another hstmt");
-    }
+void Connection::Claim(const Statement* statement) {
+    if (busy_ != nullptr && busy_ != statement) Fail(Err::kBusy);
     busy_ = statement;
 }
 
-void Connection::Release(const StatementHandle* statement) {
+void Connection::Release(const Statement* statement) {
     if (busy_ == statement) busy_ = nullptr;
 }
 
