@@ -72,8 +72,8 @@ TEST_CASE("duplicates are found by ascending ID with both sides' names") {
 TEST_CASE("a character's ID is cut to 50 units and then trimmed and a guild's kept exactly") {
     const std::wstring tables =
         L"CREATE TABLE TBL_CHARACTER (FLD_USERID nchar(80), FLD_CHARACTER nvarchar(9), FLD_ACCOUNT "
-        L"nvarchar(9), FLD_SERVERID int) CREATE TABLE TBL_GUILD_INFO (sGuildID nvarchar(60), sGuildName "
-        L"nvarchar(9)) INSERT INTO TBL_GUILD_INFO (sGuildID) VALUES (N' {G} ') ";
+        L"nvarchar(9), FLD_SERVERID int); CREATE TABLE TBL_GUILD_INFO (sGuildID nvarchar(60), sGuildName "
+        L"nvarchar(9)); INSERT INTO TBL_GUILD_INFO (sGuildID) VALUES (N' {G} '); ";
     const std::wstring rows = tables + L"INSERT INTO TBL_CHARACTER (FLD_USERID) VALUES (N'  77'), (N'" +
                               std::wstring(60, L'7') + L"'), (N'" + std::wstring(49, L' ') + L"12')";
     const TestDatabase a(L"a", {rows}), b(L"b", {rows});

@@ -305,6 +305,7 @@ TEST_CASE("each action tells what it does and takes its buttons away while it wo
 TEST_CASE("what the server refuses inside a repair reaches the status line and changes nothing") {
     const RepairDesk story;
     const OdbcSession b = Connect(story.zones.B());
+    int tables = 0;
     struct Row {
         int button;
         std::wstring table, rows, state;
@@ -316,8 +317,9 @@ TEST_CASE("what the server refuses inside a repair reaches the status line and c
           Row{kRepairAllButton, L"UserID varchar(4)", L"(1, '1001')", L"22001: "},
           Row{kRepairButton, L"UserID varchar(9) UNIQUE", L"(1, '1001'), (2, '200001')", L"23000: "}}) {
         CAPTURE(row.table);
-        RunSql(b, {L"CREATE TABLE TBL_STRICT (n int, " + row.table + L")",
-                   L"INSERT INTO TBL_STRICT VALUES " + row.rows});
+        const std::wstring table = L"TBL_STRICT" + std::to_wstring(++tables);
+        RunSql(b, {L"CREATE TABLE " + table + L" (n int, " + row.table + L")",
+                   L"INSERT INTO " + table + L" VALUES " + row.rows});
         const AllContents before = story.zones.Contents();
         story.Detect();
         desk::SelectListRow(story.Child(kRoleList), 1);
@@ -329,7 +331,7 @@ TEST_CASE("what the server refuses inside a repair reaches the status line and c
         CHECK(story.Status().size() > status.size() + 20);
         CHECK(story.Off().empty());
         CHECK(story.zones.Contents() == before);
-        RunSql(b, {L"DROP TABLE TBL_STRICT"});
+        RunSql(b, {L"DELETE FROM " + table});
     }
 }
 
