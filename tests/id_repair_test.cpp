@@ -1,5 +1,3 @@
-#include <functional>
-
 #include "db/sql_text.h"
 #include "id_repair/batch_repair.h"
 #include "id_repair/new_ids.h"
@@ -8,35 +6,29 @@
 #include "tests/support/merge_fixture.h"
 #include "tests/support/wide_text.h"
 
-// One statement as the trace tells it; a count under lock, with the hints that reached the server.
+using Fields = std::vector<RelatedField>;
+
+// What the trace tells of statements; of a count under lock also the hints that reached the server.
 static std::wstring Asked(const std::wstring& sql) {
     return L"execute " + sql + L"\n";
 }
-static std::wstring Locked(IdKind kind, const std::wstring& database, const std::wstring& id) {
-    return Asked(CountIdRowsSql(kind, database, id, true)) + L"hints UPDLOCK,HOLDLOCK\n";
-}
-
-static std::wstring Updates(const std::wstring& database, const std::vector<RelatedField>& fields,
-                            const std::wstring& oldId, const std::wstring& newId) {
+static std::wstring Counts(IdKind kind, const std::vector<std::wstring>& databases, const std::wstring& id) {
     std::wstring asked;
-    for (const RelatedField& field : fields) {
-        asked += Asked(L"UPDATE [" + database + L"].[" + field.schema + L"].[" + field.table + L"] SET [" +
-                       field.column + L"] = " + SqlUnicodeLiteral(newId) + L" WHERE CAST([" + field.column +
-                       L"] AS NVARCHAR(256)) = " + SqlUnicodeLiteral(oldId));
-    }
+    for (const std::wstring& database : databases) asked += Asked(CountIdRowsSql(kind, database, id, false));
     return asked;
 }
-
-static std::wstring HitCounts(const std::wstring& database, const std::vector<RelatedField>& fields,
-                              const std::wstring& id) {
+static std::wstring HitCounts(const std::wstring& database, const Fields& fields, const std::wstring& id) {
     std::wstring asked;
     for (const RelatedField& field : fields) asked += Asked(CountHitsSql(NameOf(database, field), id));
     return asked;
 }
-
-static std::wstring Counts(IdKind kind, const std::vector<std::wstring>& databases, const std::wstring& id) {
-    std::wstring asked;
-    for (const std::wstring& database : databases) asked += Asked(CountIdRowsSql(kind, database, id, false));
+static std::wstring Updates(IdKind kind, const std::wstring& database, const Fields& fields,
+                            const std::wstring& oldId, const std::wstring& newId) {
+    std::wstring asked = Asked(CountIdRowsSql(kind, database, oldId, true)) + L"hints UPDLOCK,HOLDLOCK\n";
+    for (const auto& [schema, table, column, type, hits] : fields)
+        asked += Asked(L"UPDATE [" + database + L"].[" + schema + L"].[" + table + L"] SET [" + column +
+                       L"] = " + SqlUnicodeLiteral(newId) + L" WHERE CAST([" + column +
+                       L"] AS NVARCHAR(256)) = " + SqlUnicodeLiteral(oldId));
     return asked;
 }
 
@@ -58,10 +50,9 @@ TEST_CASE("only online user databases are listed and each must have the characte
 TEST_CASE("duplicates are found by ascending ID with both sides' names") {
     const MergeFixture zones;
     std::wstring found;
-    for (const auto& [id, nameA, accountA, serverA, nameB, accountB, serverB] : zones.Roles()) {
+    for (const auto& [id, nameA, accountA, serverA, nameB, accountB, serverB] : zones.Roles())
         for (const auto& text : {id, nameA, accountA, serverA, nameB, accountB, serverB})
             found += text + L" ";
-    }
     CHECK(found == L"0012 赵六 zhao 1 赵六 zhao 2 1001 张三 zhang 1 李四 li 2 1002 王五 wang 1  wang 2 ");
     found.clear();
     for (const auto& [id, nameA, nameB] : zones.Guilds()) found += id + nameA + nameB + L" ";
@@ -71,21 +62,20 @@ TEST_CASE("duplicates are found by ascending ID with both sides' names") {
 
 TEST_CASE("a character's ID is cut to 50 units and then trimmed and a guild's kept exactly") {
     const std::wstring tables =
-        L"CREATE TABLE TBL_CHARACTER (FLD_USERID nchar(80), FLD_CHARACTER nvarchar(9), FLD_ACCOUNT "
-        L"nvarchar(9), FLD_SERVERID int); CREATE TABLE TBL_GUILD_INFO (sGuildID nvarchar(60), sGuildName "
-        L"nvarchar(9)); INSERT INTO TBL_GUILD_INFO (sGuildID) VALUES (N' {G} '); ";
-    const std::wstring rows = tables + L"INSERT INTO TBL_CHARACTER (FLD_USERID) VALUES (N'  77'), (N'" +
-                              std::wstring(60, L'7') + L"'), (N'" + std::wstring(49, L' ') + L"12')";
-    const TestDatabase a(L"a", {rows}), b(L"b", {rows});
+        L"CREATE TABLE TBL_GUILD_INFO (sGuildID nvarchar(60), sGuildName nvarchar(9)); INSERT INTO "
+        L"TBL_GUILD_INFO (sGuildID) VALUES (N' {G} '); CREATE TABLE TBL_CHARACTER (FLD_USERID nchar(80), "
+        L"FLD_CHARACTER nvarchar(9), FLD_ACCOUNT nvarchar(9), FLD_SERVERID int); INSERT INTO TBL_CHARACTER "
+        L"(FLD_USERID) VALUES (N'  77'), (N'" +
+        std::wstring(60, L'7') + L"'), (N'" + std::wstring(49, L' ') + L"12')";
+    const TestDatabase a(L"a", {tables}), b(L"b", {tables});
     const OdbcSession session = Connect(L"master");
     const auto roles = FindDuplicateRoles(session.Connection(), a.Name(), b.Name());
     REQUIRE(roles.size() == 3);
-    CHECK(roles[0].userId + L"," + roles[1].userId == L"1,77");
-    CHECK(roles[2].userId == std::wstring(50, L'7'));
+    CHECK(roles[0].userId + L"," + roles[1].userId + L"," + roles[2].userId ==
+          L"1,77," + std::wstring(50, L'7'));
     const auto plan = PlanGuildIdBatch(session.Connection(), b.Name(), a.Name(),
                                        FindDuplicateGuilds(session.Connection(), a.Name(), b.Name()));
     REQUIRE(plan.size() == 1);
-    CHECK(plan[0].guild.guildId == L" {G} ");
     RepairAllDuplicates(b.Open().Connection(), b.Name(), {}, plan);
     CHECK(QueryText(b.Open(), L"SELECT sGuildID FROM TBL_GUILD_INFO") == plan[0].newId);
 }
@@ -94,8 +84,8 @@ TEST_CASE("referring columns are text columns named like a reference and hits ar
     const MergeFixture zones;
     const OdbcSession session = Connect(L"master");
     std::wstring columns;
-    for (const RelatedField& field : FindRoleIdColumns(session.Connection(), zones.B()))
-        columns += field.schema + L"." + field.table + L"." + field.column + L" " + field.dataType + L";";
+    for (const auto& [schema, table, column, type, hits] : FindRoleIdColumns(session.Connection(), zones.B()))
+        columns += schema + L"." + table + L"." + column + L" " + type + L";";
     CHECK(columns ==
           L"dbo.TBL_BAG.USER_ID varchar;dbo.TBL_BAG.OwnerRoleID nvarchar;dbo.TBL_BAG.OTHERUSERID nchar;"
           L"dbo.TBL_CHARACTER.FLD_USERID varchar;dbo.TBL_FRIEND.UserIdA varchar;"
@@ -105,27 +95,26 @@ TEST_CASE("referring columns are text columns named like a reference and hits ar
     CHECK(zones.FieldsOf(L"1001").size() == 12);
     CHECK(TotalHits(zones.FieldsOf(L"1001")) == 13);  // two letters
     CHECK(TotalHits(zones.FieldsOf(L"12")) == 1);     // 0012 and 12x are other IDs
-    CHECK(CountGuildIdHits(session.Connection(), zones.B(), L"{A'1}").size() == 2);
 }
 
 TEST_CASE("new IDs continue after the largest numeric ID and are refused when they are taken") {
     const MergeFixture zones;
     const OdbcSession session = Connect(L"master");
-    const std::vector<std::wstring> ours = {zones.A(), zones.B(), zones.Third()};
-    CHECK(NextRoleIdAfterMax(session.Connection(), {}) == L"1");
-    CHECK(NextRoleIdAfterMax(session.Connection(), ours) == L"100235");  // 12x and -5 do not count
-    CHECK(NextRoleIdAfterMax(session.Connection(), {zones.Third(), zones.A()}) == L"100235");
+    std::vector<std::wstring> ours = {zones.A(), zones.B(), zones.Third()};
     const auto check = [&](const wchar_t* id) {
         return ErrorOf([&] { CheckNewRoleIdFree(session.Connection(), ours, id); });
     };
     CHECK(check(L"100234") == L"新 ID 已存在于数据库：" + zones.Third());
     CHECK(check(L"3001") == L"新 ID 已存在于数据库：" + zones.B());  // twice
     CHECK(check(L"１") == L"新角色唯一 ID必须是纯数字唯一 ID");
+    CHECK(NextRoleIdAfterMax(session.Connection(), {}) == L"1");
+    CHECK(NextRoleIdAfterMax(session.Connection(), ours) == L"100235");  // 12x and -5 do not count
+    std::swap(ours.front(), ours.back());
+    CHECK(NextRoleIdAfterMax(session.Connection(), ours) == L"100235");
     const auto [roles, guilds] = zones.Plan();
     REQUIRE(roles.size() + guilds.size() == 5);
     CHECK(roles[0].newId + roles[1].newId + roles[2].newId == L"100235100236100237");
-    CHECK(guilds[0].newId.size() == 38);
-    CHECK(guilds[0].newId != guilds[1].newId);
+    CHECK((guilds[0].newId.size() == 38 && guilds[0].newId != guilds[1].newId));
 }
 
 TEST_CASE("an ID is analysed and planned only with one row in each database") {
@@ -136,101 +125,86 @@ TEST_CASE("an ID is analysed and planned only with one row in each database") {
                                 L"INSERT INTO TBL_GUILD_INFO (n, sGuildID) VALUES (9, N'{D}')"});
     RunSql(Connect(zones.B()), {L"INSERT INTO TBL_GUILD_INFO (n, sGuildID) VALUES (8, N'{D}'), (9, N'{D}')"});
     const auto planRole = [&](const std::wstring& target, const std::wstring& other, const wchar_t* id) {
-        const DuplicateRole role = {id, {}, {}, {}, {}, {}, {}};
-        return ErrorOf([&] { PlanRoleIdBatch(on, target, other, {role}); });
+        return ErrorOf([&] {
+            PlanRoleIdBatch(on, target, other, {DuplicateRole{id, {}, {}, {}, {}, {}, {}}});
+        });
     };
     // In both directions: two rows beside one, one beside none.
     for (const auto& [target, other] : {std::pair(zones.A(), zones.B()), {zones.B(), zones.A()}}) {
-        for (const wchar_t* id : {L"3001", L"12", L"12345"}) {
-            CAPTURE(id);
+        for (const std::wstring id : {L"3001", L"12"}) {
             CHECK(ErrorOf([&] { AnalyzeRoleId(on, target, other, id); }) ==
                   L"这个 ID 必须在两个库的 TBL_CHARACTER 中各有且只有一条记录");
-            CHECK(planRole(target, other, id) ==
-                  L"重复 ID 在两个库中不再各有且只有一条主表记录：" + std::wstring(id));
+            CHECK(planRole(target, other, id.c_str()) ==
+                  L"重复 ID 在两个库中不再各有且只有一条主表记录：" + id);
         }
-        for (const wchar_t* id : {L"{D}", L"{ONLY-B}"}) {
+        for (const std::wstring id : {L"{D}", L"{ONLY-B}"})
             CHECK(ErrorOf([&] {
                       PlanGuildIdBatch(on, target, other, {DuplicateGuild{id, {}, {}}});
-                  }) == L"重复行会 ID 在两个库中不再各有且只有一条主表记录：" + std::wstring(id));
-        }
-        CHECK(planRole(target, other, L"1001") == L"(nothing)");
+                  }) == L"重复行会 ID 在两个库中不再各有且只有一条主表记录：" + id);
         CHECK(planRole(target, other, L"12x") == L"旧角色唯一 ID必须是纯数字唯一 ID");
     }
 }
 
-TEST_CASE("analysis and planning ask both databases for the old ID and all of them for the new one") {
+TEST_CASE("analysis plans and repairs ask the server in their order and lock each row before its updates") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
+    const std::wstring &a = zones.A(), &b = zones.B();
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
-    const std::vector<std::wstring> both = {zones.B(), zones.A()},
-                                    online = {zones.A(), zones.B(), zones.Third()};
-    const auto roleColumns = FindRoleIdColumns(on, zones.B()),
-               guildColumns = FindGuildIdColumns(on, zones.B());
-    const auto roleHits = [&](const std::wstring& id) {
-        return Asked(ReferringColumnsSql(IdKind::Role, zones.B())) + HitCounts(zones.B(), roleColumns, id);
+    const Fields roleColumns = FindRoleIdColumns(on, b), guildColumns = FindGuildIdColumns(on, b);
+    const auto hits = [&](IdKind kind, const std::wstring& id) {
+        return Asked(ReferringColumnsSql(kind, b)) +
+               HitCounts(b, kind == IdKind::Role ? roleColumns : guildColumns, id);
     };
+    const std::vector<std::wstring> both = {b, a}, online = {a, b, zones.Third()};
     std::wstring largest = Asked(OnlineDatabasesSql());
     for (const std::wstring& database : online) largest += Asked(LargestRoleIdSql(database));
-    CHECK(ToldBy([&] { AnalyzeRoleId(on, zones.B(), zones.A(), L"1001"); }) ==
-          Counts(IdKind::Role, both, L"1001") + roleHits(L"1001") + largest);
+    CHECK(ToldBy([&] { AnalyzeRoleId(on, b, a, L"1001"); }) ==
+          Counts(IdKind::Role, both, L"1001") + hits(IdKind::Role, L"1001") + largest);
 
-    const auto roles = zones.Roles();
-    std::vector<RoleRepairPlan> rolePlans;
-    const std::wstring toldOfRoles =
-        ToldBy([&] { rolePlans = PlanRoleIdBatch(on, zones.B(), zones.A(), roles); });
-    std::wstring expected = largest;
-    for (const auto& [role, newId, fields] : rolePlans) {
-        expected += Counts(IdKind::Role, both, role.userId) + Counts(IdKind::Role, online, newId) +
-                    roleHits(role.userId);
-    }
-    CHECK(toldOfRoles == expected);
-    const auto guilds = zones.Guilds();
-    std::vector<GuildRepairPlan> guildPlans;
-    const std::wstring toldOfGuilds =
-        ToldBy([&] { guildPlans = PlanGuildIdBatch(on, zones.B(), zones.A(), guilds); });
-    expected = Asked(OnlineDatabasesSql());
-    for (const auto& [guild, newId, fields] : guildPlans) {
-        expected += Counts(IdKind::Guild, both, guild.guildId) + Counts(IdKind::Guild, online, newId) +
-                    Asked(ReferringColumnsSql(IdKind::Guild, zones.B())) +
-                    HitCounts(zones.B(), guildColumns, guild.guildId);
-    }
-    CHECK(toldOfGuilds == expected);
-    CHECK(ToldBy([&] { PlanRoleIdBatch(on, L"x", L"y", {}), PlanGuildIdBatch(on, L"x", L"y", {}); }).empty());
-}
-
-TEST_CASE("a repair locks and updates one ID after the other and verifies when all are updated") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
-    const MergeFixture zones;
-    const auto& b = zones.B();
-    const auto [roles, guilds] = zones.Plan();
-    const OdbcSession session = Connect(b);
-    const std::vector<RelatedField>& fields = roles[1].fields;
-    CHECK(ToldBy([&] { RepairRoleId(session.Connection(), b, L"1001", L"100299", fields); }) ==
-          L"manual \n" + Locked(IdKind::Role, b, L"1001") + Updates(b, fields, L"1001", L"100299") +
+    const auto duplicateRoles = zones.Roles();
+    const auto duplicateGuilds = zones.Guilds();
+    BatchPlan plan;
+    const std::wstring planned = ToldBy([&] {
+        plan = {PlanRoleIdBatch(on, b, a, duplicateRoles), PlanGuildIdBatch(on, b, a, duplicateGuilds)};
+    });
+    std::wstring planning = largest, updates, verifications;
+    const auto expect = [&](IdKind kind, const std::wstring& id, const std::wstring& newId,
+                            const Fields& fields) {
+        planning += Counts(kind, both, id) + Counts(kind, online, newId) + hits(kind, id);
+        updates += Updates(kind, b, fields, id, newId);
+        verifications += Counts(kind, {b}, id) + Counts(kind, {b}, newId) + HitCounts(b, fields, id);
+    };
+    for (const auto& [role, newId, fields] : plan.roles) expect(IdKind::Role, role.userId, newId, fields);
+    planning += Asked(OnlineDatabasesSql());
+    for (const auto& [guild, newId, fields] : plan.guilds)
+        expect(IdKind::Guild, guild.guildId, newId, fields);
+    CHECK(planned == planning);
+    const Fields& fields = plan.roles[1].fields;
+    CHECK(ToldBy([&] { RepairRoleId(on, b, L"1001", L"100299", fields); }) ==
+          L"manual \n" + Updates(IdKind::Role, b, fields, L"1001", L"100299") +
               HitCounts(b, fields, L"1001") + L"commit \nauto \n");
-    // Back again, so that the plan still fits.
-    RepairRoleId(session.Connection(), b, L"100299", L"1001", fields);
-    std::wstring expected = L"manual \n", verified;
-    for (const auto& [role, newId, related] : roles) {
-        const std::wstring& id = role.userId;
-        expected += Locked(IdKind::Role, b, id) + Updates(b, related, id, newId);
-        verified +=
-            Counts(IdKind::Role, {b}, id) + Counts(IdKind::Role, {b}, newId) + HitCounts(b, related, id);
-    }
-    for (const auto& [guild, newId, related] : guilds) {
-        const std::wstring& id = guild.guildId;
-        expected += Locked(IdKind::Guild, b, id) + Updates(b, related, id, newId);
-        verified +=
-            Counts(IdKind::Guild, {b}, id) + Counts(IdKind::Guild, {b}, newId) + HitCounts(b, related, id);
-    }
-    CHECK(ToldBy([&] { RepairAllDuplicates(session.Connection(), b, roles, guilds); }) ==
-          expected + verified + L"commit \nauto \n");
+    RepairRoleId(on, b, L"100299", L"1001", fields);  // so that the plan still fits
+    CHECK(ToldBy([&] { RepairAllDuplicates(on, b, plan.roles, plan.guilds); }) ==
+          L"manual \n" + updates + verifications + L"commit \nauto \n");
+    // Without anything to do nothing is asked, and a bad name is refused before the transaction.
+    CHECK(ToldBy([&] {
+              RepairAllDuplicates(on, b, {}, {});
+              PlanRoleIdBatch(on, L"x", L"y", {}), PlanGuildIdBatch(on, L"x", L"y", {});
+              const std::wstring badName = L"数据库标识符包含不允许的字符";
+              CHECK(ErrorOf([&] { RepairAllDuplicates(on, L"B]; DROP", plan.roles, {}); }) == badName);
+              CHECK(ErrorOf([&] { RepairRoleId(on, L"B]; DROP", L"1", L"2", {}); }) == badName);
+              CHECK(ErrorOf([&] { RepairRoleId(on, b, L"1 ", L"x", {}); }) ==
+                    L"旧角色唯一 ID必须是纯数字唯一 ID");
+              CHECK(ErrorOf([&] { RepairRoleId(on, b, L"1", L"2 ", {}); }) ==
+                    L"新角色唯一 ID必须是纯数字唯一 ID");
+          }).empty());
 }
 
 TEST_CASE("a batch repair of either kind or both replaces every duplicate and nothing else") {
-    for (const auto& [withRoles, withGuilds] : {std::pair(true, true), {true, false}, {false, true}}) {
-        CAPTURE(withRoles);
+    for (const auto& [withRoles, withGuilds, cells] :
+         {std::tuple(true, true, 25), {true, false, 21}, {false, true, 4}}) {
+        CAPTURE(cells);
         const MergeFixture zones;
         const AllContents before = zones.Contents();
         BatchPlan plan = zones.Plan();
@@ -239,99 +213,76 @@ TEST_CASE("a batch repair of either kind or both replaces every duplicate and no
         RepairAllDuplicates(Connect(zones.B()).Connection(), zones.B(), plan.roles, plan.guilds);
         const AllContents after = zones.Contents();
         CHECK((after.a == before.a && after.third == before.third));
-        CHECK(Difference(before.b, after.b) == plan.ExpectedChange(before.b));
+        std::map<std::wstring, std::wstring> newIds;
+        for (const auto& [role, newId, fields] : plan.roles) newIds[role.userId] = newId;
+        for (const auto& [guild, newId, fields] : plan.guilds) newIds[ToLower(guild.guildId)] = newId;
+        const Content changed = Difference(before.b, after.b);
+        CHECK(changed.size() == cells);
+        for (const auto& [cell, value] : changed)
+            CHECK(newIds[ToLower(Trim(before.b.at(cell)))] == Trim(value));
         CHECK((zones.Roles().empty() == withRoles && zones.Guilds().empty() == withGuilds));
     }
 }
 
-TEST_CASE("a row that another connection has changed deleted or doubled since is refused") {
-    const std::wstring role = L"TBL_CHARACTER", guild = L"TBL_GUILD_INFO";
-    struct Row {
-        std::wstring change, batchError;
-    };
-    const std::wstring notOneRole = L"事务内复核失败，角色旧 ID 记录数不是 1：1001",
-                       notOneGuild = L"事务内复核失败，行会旧 ID 记录数不是 1：{BBBB}";
-    for (const Row& row :
-         {Row{L"UPDATE TBL_CHARACTER SET FLD_USERID = '5' WHERE n = 1", notOneRole},
-          Row{L"DELETE FROM TBL_CHARACTER WHERE n = 1", notOneRole},
-          Row{L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (10, '1001')", notOneRole},
-          Row{L"UPDATE TBL_GUILD_INFO SET sGuildID = N'5' WHERE n = 2", notOneGuild},
-          Row{L"DELETE FROM TBL_GUILD_INFO WHERE n = 2", notOneGuild},
-          Row{L"INSERT INTO TBL_GUILD_INFO (n, sGuildID) VALUES (10, N'{bbbb}')", notOneGuild}}) {
-        CAPTURE(row.change);
+TEST_CASE("a repair of rows that have changed since is refused and leaves everything as it was") {
+    const std::wstring noRole = L"事务内复核失败，角色旧 ID 记录数不是 1：1001",
+                       noGuild = L"事务内复核失败，行会旧 ID 记录数不是 1：{BBBB}";
+    for (const auto& [change, error] :
+         {std::pair(L"UPDATE TBL_CHARACTER SET FLD_USERID = '5' WHERE n = 1", noRole),
+          {L"DELETE FROM TBL_CHARACTER WHERE n = 1", noRole},
+          {L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (10, '1001')", noRole},
+          {L"DELETE FROM TBL_GUILD_INFO WHERE n = 2", noGuild},
+          {L"INSERT INTO TBL_GUILD_INFO (n, sGuildID) VALUES (10, N'{bbbb}')", noGuild},
+          {L"DELETE FROM TBL_FRIEND WHERE n = 2", L"ODBC 未返回详细错误"}}) {
+        CAPTURE(change);
         const MergeFixture zones;
-        const auto [roles, guilds] = zones.Plan();
+        const BatchPlan plan = zones.Plan();
         const OdbcSession session = Connect(zones.B());
-        RunSql(Connect(zones.B()), {row.change});
+        RunSql(Connect(zones.B()), {change});
         const AllContents before = zones.Contents();
-        CHECK(ErrorOf([&] { RepairAllDuplicates(session.Connection(), zones.B(), roles, guilds); }) ==
-              row.batchError);
-        if (row.batchError == notOneRole) {
-            CHECK(ErrorOf([&] {
-                      RepairRoleId(session.Connection(), zones.B(), L"1001", L"2", roles[1].fields);
-                  }) == L"事务内复核失败：目标库旧 ID 不再是唯一一条记录");
-        }
+        CHECK(ErrorOf([&] {
+                  RepairAllDuplicates(session.Connection(), zones.B(), plan.roles, plan.guilds);
+              }) == error);
+        const Fields& fields = plan.roles[1].fields;
+        if (error != noGuild)
+            CHECK(ErrorOf([&] { RepairRoleId(session.Connection(), zones.B(), L"1001", L"2", fields); }) ==
+                  (error == noRole ? L"事务内复核失败：目标库旧 ID 不再是唯一一条记录" : error));
         CHECK(zones.Contents() == before);
     }
 }
 
-TEST_CASE("refused repairs leave everything as it was") {
+TEST_CASE("a repair that would not end as planned leaves everything as it was") {
     const MergeFixture zones;
     const AllContents before = zones.Contents();
     const OdbcSession session = Connect(zones.B());
-    const std::vector<RelatedField> fields = zones.FieldsOf(L"1001");
-    std::vector<RelatedField> vanished = fields;
-    vanished.push_back({L"dbo", L"TBL_GUILD_INFO", L"sGuildName", L"nvarchar", 1});
-    const auto repair = [&](const wchar_t* oldId, const wchar_t* newId,
-                            const std::vector<RelatedField>& related, const std::wstring& database) {
-        return ErrorOf([&] { RepairRoleId(session.Connection(), database, oldId, newId, related); });
+    const auto repair = [&](const wchar_t* newId, const Fields& fields) {
+        return ErrorOf([&] { RepairRoleId(session.Connection(), zones.B(), L"1001", newId, fields); });
     };
-    const std::wstring badName = L"数据库标识符包含不允许的字符";
-    const auto roles = zones.Plan().roles;
-    const auto refusedAtOnce = [&] {
-        CHECK(repair(L"1 ", L"2 ", fields, zones.B()) == L"旧角色唯一 ID必须是纯数字唯一 ID");
-        CHECK(repair(L"1001", L"2 ", fields, zones.B()) == L"新角色唯一 ID必须是纯数字唯一 ID");
-        CHECK(repair(L"1001", L"2", fields, L"B]; DROP") == badName);
-        RepairAllDuplicates(session.Connection(), zones.B(), {}, {});
-        CHECK(ErrorOf([&] { RepairAllDuplicates(session.Connection(), L"B-", roles, {}); }) == badName);
-    };
-    refusedAtOnce();
-    if (CanInjectFaults()) CHECK(ToldBy(refusedAtOnce).empty());  // not even a transaction
-    CHECK(repair(L"1001", L"1001", fields, zones.B()) == L"事务内校验失败：仍有旧 ID 关联数据");
-    CHECK(repair(L"1001", L"2", vanished, zones.B()) == L"ODBC 未返回详细错误");
-    CHECK(repair(L"1001", L"100235", {}, zones.B()) == L"(nothing)");
-
-    const auto withoutMainTable = [](auto& plan) {
-        std::erase_if(plan.fields, [](const RelatedField& field) {
-            return field.table == L"TBL_CHARACTER" || field.table == L"TBL_GUILD_INFO";
-        });
-    };
-    struct Row {
-        std::wstring error;
-        std::function<void(BatchPlan&)> spoil;
-    };
-    for (const Row& row :
-         {Row{L"事务内校验失败，角色旧/新 ID 状态异常：0012",
-              [](BatchPlan& plan) { plan.roles[1].newId = plan.roles[0].newId; }},
-          Row{L"事务内校验失败，角色旧/新 ID 状态异常：1001",
-              [&](BatchPlan& plan) { withoutMainTable(plan.roles[1]); }},
-          Row{L"事务内校验失败，行会旧/新 ID 状态异常：{BBBB}",
-              [&](BatchPlan& plan) { withoutMainTable(plan.guilds[1]); }},
-          // The later plan brings the earlier one's old ID back, into a column that both have.
-          Row{L"事务内校验失败，仍有角色旧 ID 关联数据：0012",
-              [&](BatchPlan& plan) {
-                  withoutMainTable(plan.roles[1]);
-                  plan.roles[1].newId = L"0012";
-              }},
-          Row{L"事务内校验失败，仍有行会旧 ID 关联数据：{A'1}", [&](BatchPlan& plan) {
-                  withoutMainTable(plan.guilds[1]);
-                  plan.guilds[1].newId = L"{A'1}";
-              }}}) {
+    CHECK(repair(L"1001", zones.FieldsOf(L"1001")) == L"事务内校验失败：仍有旧 ID 关联数据");
+    CHECK(repair(L"100235", {}) == L"(nothing)");
+    // The error of a batch whose plan is spoilt.
+    const auto batch = [&](auto spoil) {
         BatchPlan plan = zones.Plan();
-        row.spoil(plan);
-        CHECK(ErrorOf([&] {
-                  RepairAllDuplicates(session.Connection(), zones.B(), plan.roles, plan.guilds);
-              }) == row.error);
-    }
+        spoil(plan.roles, plan.guilds);
+        return ErrorOf(
+            [&] { RepairAllDuplicates(session.Connection(), zones.B(), plan.roles, plan.guilds); });
+    };
+    const auto withoutMainTable = [](auto& plan) -> auto& {
+        std::erase_if(plan.fields, [](const RelatedField& field) {
+            return field.column == L"FLD_USERID" || field.column == L"sGuildID";
+        });
+        return plan;
+    };
+    CHECK(batch([](auto& roles, auto&) { roles[1].newId = roles[0].newId; }) ==
+          L"事务内校验失败，角色旧/新 ID 状态异常：0012");
+    CHECK(batch([&](auto& roles, auto&) { withoutMainTable(roles[1]); }) ==
+          L"事务内校验失败，角色旧/新 ID 状态异常：1001");
+    CHECK(batch([&](auto&, auto& guilds) { withoutMainTable(guilds[1]); }) ==
+          L"事务内校验失败，行会旧/新 ID 状态异常：{BBBB}");
+    // The later plan brings the earlier one's old ID back, into a column that both have.
+    CHECK(batch([&](auto& roles, auto&) { withoutMainTable(roles[1]).newId = L"0012"; }) ==
+          L"事务内校验失败，仍有角色旧 ID 关联数据：0012");
+    CHECK(batch([&](auto&, auto& guilds) { withoutMainTable(guilds[1]).newId = L"{A'1}"; }) ==
+          L"事务内校验失败，仍有行会旧 ID 关联数据：{A'1}");
     CHECK(zones.Contents() == before);
 }

@@ -311,11 +311,11 @@ TEST_CASE("what the server refuses inside a repair reaches the status line and c
         std::wstring table, rows, state;
     };
     const std::wstring one = L"修复失败，已尝试回滚：", all = L"批量修复失败，已尝试回滚：";
-    for (const Row& row :
-         {Row{kRepairAllButton, L"sGuildID nvarchar(20)", L"(1, N'{BBBB}')", L"22001: "},
-          Row{kRepairButton, L"UserID varchar(4)", L"(1, '1001')", L"22001: "},
-          Row{kRepairAllButton, L"UserID varchar(4)", L"(1, '1001')", L"22001: "},
-          Row{kRepairButton, L"UserID varchar(9) UNIQUE", L"(1, '1001'), (2, '200001')", L"23000: "}}) {
+    for (const Row& row : {Row{kRepairAllButton, L"sGuildID nvarchar(20)", L"(1, N'{BBBB}')", L"22001: "},
+                           Row{kRepairButton, L"UserID varchar(4)", L"(1, '1001')", L"22001: "},
+                           Row{kRepairAllButton, L"UserID varchar(4)", L"(1, '1001')", L"22001: "},
+                           Row{kRepairButton, L"UserID varchar(9) NOT NULL PRIMARY KEY",
+                               L"(1, '1001'), (2, '200001')", L"23000: "}}) {
         CAPTURE(row.table);
         const std::wstring table = L"TBL_STRICT" + std::to_wstring(++tables);
         RunSql(b, {L"CREATE TABLE " + table + L" (n int, " + row.table + L")",
