@@ -11,12 +11,11 @@
 // The result of a search as "schema.table.column account account", or its error.
 static std::wstring Found(const TestDatabase& database, const std::wstring& keyword,
                           const QuerySettings& settings = {}) {
-    const TestServer& server = Server();
     GameServerInfo zone;
-    zone.dbHost = server.host;
-    zone.dbPort = server.port;
-    zone.dbUser = server.user;
-    zone.dbPassword = server.password;
+    zone.dbHost = Server().host;
+    zone.dbPort = Server().port;
+    zone.dbUser = Server().user;
+    zone.dbPassword = Server().password;
     zone.dbName = database.Name();
     std::wstring text;
     const std::wstring error = ErrorOf([&] {

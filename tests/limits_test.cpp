@@ -65,8 +65,10 @@ TEST_CASE("every loop over rows ends with the words of a connection that died or
         [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); },
     };
     for (const auto& loop : loops) {
-        for (const std::string fault :
-             {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000", "fetch\t2+\tHY010"}) {
+        for (const std::string fault : {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000",
+                                        "fetch\t2+\tHY010", "fetch\t2\tHY000"}) {
+            // One row alone may be missing among candidates for accounts.
+            if (fault.ends_with("HY000") && &loop == loops) continue;
             CAPTURE(&loop - loops);
             CAPTURE(fault);
             const OdbcSession session = Connect(b);

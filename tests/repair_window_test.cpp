@@ -61,7 +61,7 @@ TEST_CASE("the repair window without a zone has its controls and columns and not
 }
 
 TEST_CASE("the repair window opens once prefilled and stands in its place") {
-    RepairDesk story;
+    const RepairDesk story;
     CHECK(GetWindow(story.window, GW_OWNER) == story.desk.Window());
     CHECK(story.Text(kServerEdit) + story.Text(kPortEdit) + story.Text(kUserEdit) +
               story.Text(kDatabaseAEdit) + story.Text(kDatabaseBEdit) ==
