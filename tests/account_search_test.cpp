@@ -3,8 +3,6 @@
 #include "account_query/account_search.h"
 #include "account_query/account_source.h"
 #include "account_query/account_text.h"
-#include "bench/bare_odbc.h"
-#include "tests/support/process_watch.h"
 #include "tests/support/test_database.h"
 #include "tests/support/wide_text.h"
 
@@ -146,17 +144,4 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     }
     const Faults faults("fetch\t2\tHY000\t1\tx\n");
     CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 2);  // no row twice
-}
-
-TEST_CASE("hundreds of searches keep no more memory than a bare loop of the same calls") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
-    const TestDatabase database(L"hundreds", {L"CREATE TABLE account (account varchar(9))",
-                                              L"INSERT INTO account (account) VALUES ('same')"});
-    const auto search = [&] { REQUIRE(Found(database, L"am") == L"dbo.account.account same"); };
-    const std::vector<BareStep> steps = StepsOf(EventsOf(search), [](const std::wstring& name) {
-        return BuildConnectionString(kDefaultDrivers.front(), SettingsFor(name), 5);
-    });
-    const long long bare = Growth(GetCurrentProcessId(), 500, [&] { Replay(steps, L"%am%"); });
-    CHECK(Growth(GetCurrentProcessId(), 500, search) <= bare + 64 * 1024);
-    CHECK(LiveHandles() == 0);
 }

@@ -80,23 +80,6 @@ TEST_CASE("a character's ID is cut to 50 units and then trimmed and a guild's ke
     CHECK(QueryText(b.Open(), L"SELECT sGuildID FROM TBL_GUILD_INFO") == plan[0].newId);
 }
 
-TEST_CASE("referring columns are text columns named like a reference and hits are counted as text") {
-    const MergeFixture zones;
-    const OdbcSession session = Connect(L"master");
-    std::wstring columns;
-    for (const auto& [schema, table, column, type, hits] : FindRoleIdColumns(session.Connection(), zones.B()))
-        columns += schema + L"." + table + L"." + column + L" " + type + L";";
-    CHECK(columns ==
-          L"dbo.TBL_BAG.USER_ID varchar;dbo.TBL_BAG.OwnerRoleID nvarchar;dbo.TBL_BAG.OTHERUSERID nchar;"
-          L"dbo.TBL_CHARACTER.FLD_USERID varchar;dbo.TBL_FRIEND.UserIdA varchar;"
-          L"dbo.TBL_FRIEND.UserIdB varchar;dbo.TBL_HERO.HeroMasterUserID char;dbo.TBL_UNUSED.RoleId varchar;"
-          L"mail.信件.收件ROLEID nvarchar;mail.信件.寄件ROLE_ID varchar;trade.TBL_MEMBER.MemberRoleID "
-          L"varchar;trade.TBL_TRADE.SellerUserID nvarchar;trade.TBL_TRADE.BuyerUser_ID varchar;");
-    CHECK(zones.FieldsOf(L"1001").size() == 12);
-    CHECK(TotalHits(zones.FieldsOf(L"1001")) == 13);  // two letters
-    CHECK(TotalHits(zones.FieldsOf(L"12")) == 1);     // 0012 and 12x are other IDs
-}
-
 TEST_CASE("new IDs continue after the largest numeric ID and are refused when they are taken") {
     const MergeFixture zones;
     const OdbcSession session = Connect(L"master");

@@ -251,7 +251,9 @@ TEST_CASE("each action tells what it does and takes its buttons away while it wo
             desk::Answer(box, IDYES);
             works(status, kEveryButton);
         });
-        desk::Answer(desk::WaitForMessageBox(story.window), IDOK);
+        const desk::MessageBoxView done = desk::WaitForMessageBox(story.window);
+        CHECK(desk::Cursor() == arrow);
+        desk::Answer(done, IDOK);
         ends(L"分析完成：");
     };
     pressSlowly(kDetectButton, L"正在连接并分析两个数据库，请稍候...", kEveryButton);
