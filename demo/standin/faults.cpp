@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -19,16 +19,15 @@
 namespace standin {
 namespace {
 
-constexpr std::string_view kPointNames[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
-                                            "commit",  "rollback",  "manual",  "auto", "disconnect"};
-static_assert(std::size(kPointNames) == static_cast<std::size_t>(Point::kDisconnect) + 1);
+constexpr std::string_view kPoints[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
+                                        "commit",  "rollback",  "manual",  "auto", "disconnect"};
 
 struct Fault {
-    Point point = Point::kConnect;
+    std::string point;
     int first = 1;
     int last = 1;
-    bool dies = false;
-    int sleep = -1;  // milliseconds; negative for a fault that fails
+    bool fails = false, dies = false;
+    int sleep = 0;  // milliseconds
     std::vector<DiagRecord> records;
 };
 
@@ -39,7 +38,7 @@ struct Plan {
     Stamp stamp{};
     std::vector<Fault> faults;
     std::string badLine;
-    std::array<int, std::size(kPointNames)> calls{};
+    std::map<std::string, int> calls;  // by their points
 };
 
 Stamp StampOf(const std::string& path) {
@@ -48,64 +47,48 @@ Stamp StampOf(const std::string& path) {
     return {info.st_mtim.tv_sec, info.st_mtim.tv_nsec, info.st_size, info.st_ino};
 }
 
-/// One line of faults.txt, field by field. Every Read tells whether the line is still good.
-class LineReader {
-public:
-    explicit LineReader(const std::string& line) {
-        std::istringstream stream(line);
-        for (std::string field; std::getline(stream, field, '\t');) fields_.push_back(field);
-    }
+/// A number that is not negative, or -1.
+int ReadNumber(std::string_view text) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? value : -1;
+}
 
-    bool Read(Fault& fault) {
-        const bool slow = TakeIf("slow");
-        fault.dies = !slow && TakeIf("die");
-        const auto* name = std::find(std::begin(kPointNames), std::end(kPointNames), Take());
-        if (name == std::end(kPointNames)) return false;
-        fault.point = static_cast<Point>(name - std::begin(kPointNames));
-        if (!ReadRange(fault)) return false;
-        if (slow) return ReadNumber(Take(), fault.sleep) && fault.sleep >= 0 && AtEnd();
-        return TakeIf("-") ? AtEnd() : ReadRecords(fault);
+/// Reads one line of faults.txt. @return false where it cannot be read.
+bool ReadFault(const std::string& line, Fault& fault) {
+    std::istringstream fields(line);
+    const auto isEnd = [&] { return fields.peek() == std::istringstream::traits_type::eof(); };
+    const auto next = [&] {
+        std::string field;
+        std::getline(fields, field, '\t');
+        return field;
+    };
+    fault.point = next();
+    const bool slow = fault.point == "slow";
+    fault.dies = fault.point == "die";
+    fault.fails = !slow;
+    if (slow || fault.dies) fault.point = next();
+    std::string range = next();
+    if (range == "*") range = "1+";
+    const bool open = range.ends_with('+');
+    if (open) range.pop_back();
+    fault.first = ReadNumber(range);
+    fault.last = open ? std::numeric_limits<int>::max() : fault.first;
+    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1 || isEnd()) return false;
+    if (slow) {
+        fault.sleep = ReadNumber(next());
+        return fault.sleep >= 0 && isEnd();
     }
-
-private:
-    bool AtEnd() const { return at_ >= fields_.size(); }
-    std::string Take() { return AtEnd() ? "" : fields_[at_++]; }
-    bool TakeIf(std::string_view field) {
-        const bool is = !AtEnd() && fields_[at_] == field;
-        if (is) ++at_;
-        return is;
+    for (bool first = true; first || !isEnd(); first = false) {
+        DiagRecord record{next(), 0, {}};
+        if (first && record.state == "-") return isEnd();
+        record.native = ReadNumber(next());
+        record.text = next();
+        if (record.state.size() != 5 || record.native < 0) return false;
+        fault.records.push_back(std::move(record));
     }
-
-    static bool ReadNumber(std::string_view text, int& value) {
-        const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-        return result.ec == std::errc() && result.ptr == text.data() + text.size();
-    }
-
-    bool ReadRange(Fault& fault) {
-        constexpr int kForEver = 1 << 30;
-        std::string text = Take();
-        if (text == "*") text = "1+";
-        const bool open = text.ends_with('+');
-        if (open) text.pop_back();
-        if (!ReadNumber(text, fault.first) || fault.first < 1) return false;
-        fault.last = open ? kForEver : fault.first;
-        return true;
-    }
-
-    bool ReadRecords(Fault& fault) {
-        do {
-            DiagRecord record;
-            record.state = Take();
-            if (record.state.size() != 5 || !ReadNumber(Take(), record.native)) return false;
-            record.text = Take();
-            fault.records.push_back(std::move(record));
-        } while (!AtEnd());
-        return true;
-    }
-
-    std::vector<std::string> fields_;
-    std::size_t at_ = 0;
-};
+    return true;
+}
 
 Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     Plan plan;
@@ -114,7 +97,7 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     for (std::string line; std::getline(file, line);) {
         if (line.ends_with('\r')) line.pop_back();
         Fault fault;
-        if (LineReader(line).Read(fault)) {
+        if (ReadFault(line, fault)) {
             plan.faults.push_back(std::move(fault));
         } else if (!line.empty()) {
             plan.badLine = line;
@@ -124,15 +107,15 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
 }
 
 /// The faults that this call meets; the lock is not held while they are carried out.
-std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
+std::vector<Fault> MeetFaults(const std::string& serverDirectory, const std::string& point) {
     static std::mutex mutex;
     static std::map<std::string, Plan> plans;
     const std::lock_guard lock(mutex);
     const std::string path = serverDirectory + "/faults.txt";
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
-    if (!plan.badLine.empty()) Fail(Err::kFaultLine, plan.badLine);
-    const int call = ++plan.calls[static_cast<std::size_t>(point)];
+    if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
+    const int call = ++plan.calls[point];
     std::vector<Fault> met;
     for (const Fault& fault : plan.faults) {
         if (fault.point == point && call >= fault.first && call <= fault.last) met.push_back(fault);
@@ -142,15 +125,12 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, Point point) {
 
 }  // namespace
 
-void CountCall(const std::string& serverDirectory, Point point) {
+void CountCall(const std::string& serverDirectory, const std::string& point) {
     const std::vector<Fault> faults = MeetFaults(serverDirectory, point);
     for (const Fault& fault : faults) {
-        if (fault.sleep >= 0) std::this_thread::sleep_for(std::chrono::milliseconds(fault.sleep));
-    }
-    for (const Fault& fault : faults) {
-        if (fault.sleep >= 0) continue;
+        std::this_thread::sleep_for(std::chrono::milliseconds(fault.sleep));
         if (fault.dies) throw ConnectionDied(fault.records);
-        throw SqlError(fault.records);
+        if (fault.fails) throw SqlError(fault.records);
     }
 }
 

@@ -6,21 +6,6 @@
 
 namespace standin {
 
-/// The calls that a test can make fail, in the order of their names in faults.txt.
-enum class Point {
-    kConnect,
-    kStatement,
-    kPrepare,
-    kBind,
-    kExecute,
-    kFetch,
-    kCommit,
-    kRollback,
-    kManual,
-    kAuto,
-    kDisconnect,
-};
-
 /// The fault also takes the connection down.
 class ConnectionDied : public SqlError {
 public:
@@ -34,10 +19,11 @@ public:
 ///     die    POINT  N  STATE  NATIVE  TEXT ...
 ///     slow   POINT  N  MILLISECONDS
 ///
+/// POINT is connect, statement, prepare, bind, execute, fetch, commit, rollback, manual, auto or disconnect.
 /// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
 /// the caller exactly as written, without the driver's prefix.
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
-void CountCall(const std::string& serverDirectory, Point point);
+void CountCall(const std::string& serverDirectory, const std::string& point);
 
 /// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
 /// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no

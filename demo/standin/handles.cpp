@@ -4,105 +4,110 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 
-#include "statement.h"
+#include "text.h"
 
 namespace standin {
 namespace {
 
 /// The counts and the file that shows them. It goes with the process; a process that is killed leaves it.
-class HandleCounts {
-public:
-    ~HandleCounts() {
-        if (file_ < 0) return;
-        unlink(path_.c_str());
-        close(file_);
-    }
-
-    void Change(HandleKind kind, int by) {
-        const std::lock_guard lock(mutex_);
-        counts_[static_cast<std::size_t>(kind)] += by;
-        Open();
-        if (file_ < 0) return;
-        char text[48];
-        const int size =
-            std::snprintf(text, sizeof text, "%8d %8d %8d\n", counts_[0], counts_[1], counts_[2]);
-        if (pwrite(file_, text, static_cast<std::size_t>(size), 0) < 0) std::perror(path_.c_str());
-    }
-
-private:
-    void Open() {
+struct HandleCounts {
+    HandleCounts() {
         const char* root = std::getenv("SQLSTANDIN_ROOT");
-        if (file_ >= 0 || root == nullptr) return;
-        path_ = std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt";
-        file_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (root == nullptr) return;
+        path = std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt";
+        file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    }
+    ~HandleCounts() {
+        unlink(path.c_str());
+        close(file);
     }
 
-    std::mutex mutex_;
-    std::array<int, 3> counts_{};
-    std::string path_;
-    int file_ = -1;
+    std::mutex mutex;
+    int counts[3] = {};
+    std::string path;
+    int file = -1;
 };
 
-HandleCounts& Counts() {
-    static HandleCounts counts;
-    return counts;
+void CountHandle(HandleKind kind, int by) {
+    static HandleCounts all;
+    const std::lock_guard lock(all.mutex);
+    all.counts[static_cast<int>(kind)] += by;
+    char text[48];
+    const int size =
+        std::snprintf(text, sizeof text, "%8d %8d %8d\n", all.counts[0], all.counts[1], all.counts[2]);
+    if (pwrite(all.file, text, static_cast<std::size_t>(size), 0) < 0) std::perror("handles");
+}
+
+constexpr SQLLEN kUnit = sizeof(char16_t);
+
+/// A parameter's text; nothing for NULL. @throws SqlError 22001 for a text longer than its column.
+std::optional<std::string> ReadParameter(const ParameterBinding& binding) {
+    const SQLLEN bytes = binding.indicator == nullptr ? SQL_NTS : *binding.indicator;
+    if (bytes == SQL_NULL_DATA || binding.value == nullptr) return std::nullopt;
+    std::string text = ReadWide(binding.value, bytes == SQL_NTS ? bytes : bytes / kUnit);
+    if (binding.size > 0 && TextLength(text, true) > binding.size) Fail(kParameterLength);
+    return text;
+}
+
+std::int64_t WholeNumber(const Cell& cell) {
+    std::int64_t value = 0;
+    const Reading reading = ReadInteger(Render(cell), value);
+    if (reading != Reading::kNumber) Fail(reading == Reading::kTooLarge ? kNumberRange : kNotANumber);
+    return value;
+}
+
+/// Writes a value of a row to the caller. @return false for a text that was cut.
+bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
+    SQLLEN length = SQL_NULL_DATA;
+    bool fits = true;
+    if (std::holds_alternative<std::monostate>(cell)) {
+        if (binding.indicator == nullptr) Fail(kIndicator);
+    } else if (binding.cType == SQL_C_SBIGINT) {
+        const std::int64_t number = WholeNumber(cell);
+        std::memcpy(binding.value, &number, sizeof number);
+        length = sizeof number;
+    } else {
+        const std::u16string text = ToUtf16(Render(cell));
+        fits = WriteWide(text, binding.value, binding.bytes / kUnit);
+        length = static_cast<SQLLEN>(text.size()) * kUnit;
+    }
+    if (binding.indicator != nullptr) *binding.indicator = length;
+    return fits;
 }
 
 }  // namespace
 
 Handle::Handle(HandleKind kind) : kind_(kind) {
-    Counts().Change(kind, 1);
+    CountHandle(kind, 1);
 }
 Handle::~Handle() {
-    if (!staysCounted_) Counts().Change(kind_, -1);
-}
-
-const std::string& Handle::DriverName() const {
-    static const std::string name = "ODBC Driver for SQL Server";
-    return name;
-}
-
-void Handle::Add(const DiagRecord& record) {
-    DiagRecord shown = record;
-    if (record.origin != Origin::kVerbatim) {
-        const char* server = record.origin == Origin::kServer ? "[SQL Server]" : "";
-        shown.text = "[Microsoft][" + DriverName() + "]" + server + record.text;
-    }
-    records_.push_back(std::move(shown));
-}
-
-void Handle::AddInFront(const std::vector<DiagRecord>& records) {
-    const auto warnings = static_cast<std::ptrdiff_t>(records_.size());
-    for (const DiagRecord& record : records) Add(record);
-    std::rotate(records_.begin(), records_.begin() + warnings, records_.end());
+    if (!staysCounted_) CountHandle(kind_, -1);
 }
 
 Connection::Connection() : Handle(HandleKind::kConnection) {}
 Connection::~Connection() = default;
 
-void Connection::Connect(std::string_view connectionString) {
+void Connection::Connect(const std::string& connectionString) {
     static std::atomic<int> connections = 0;
-    std::vector<DiagRecord> warnings;
-    login_ = ReadConnectionString(connectionString, warnings);
-    directory_ = FindServer(login_.server);
+    const Login login = ReadConnectionString(connectionString);
+    directory_ = FindServer(login.server);
     number_ = ++connections;
-    Note("attempt", login_.driver + " " + login_.timeoutSeconds);
-    CountCall(directory_, Point::kConnect);
-    session_ = std::make_unique<Session>(directory_, login_);
+    Note("attempt", login.driver + " " + login.timeoutSeconds);
+    CountCall(directory_, "connect");
+    session_ = std::make_unique<Session>(directory_, login);
     dead_ = false;
-    Note("connect", login_.database);
-    Add(MakeRecord(Err::kContextChanged, session_->Names().Current()));
-    for (const DiagRecord& warning : warnings) Add(warning);
+    Note("connect", login.database);
+    Warn(kContextChanged, session_->Current());
 }
 
 void Connection::Disconnect() {
-    if (!dead_) Count(Point::kDisconnect);
+    if (!dead_) Count("disconnect");
     Note("disconnect", std::to_string(statements_.size()));
     for (const auto& statement : statements_) statement->StayCounted();
     statements_.clear();
@@ -110,52 +115,52 @@ void Connection::Disconnect() {
     dead_ = false;
 }
 
+void Connection::Free() {
+    if (session_ != nullptr || dead_) Fail(kSequence);
+    delete this;
+}
+
 Session& Connection::Open() {
-    if (dead_) Fail(Err::kDead);
-    if (!session_) Fail(Err::kNotConnected);
+    if (dead_) Fail(kDead);
+    if (!session_) Fail(kNotConnected);
     return *session_;
 }
 
-void Connection::Count(Point point) {
+void Connection::Count(const char* point) {
     Open();
     try {
         CountCall(directory_, point);
     } catch (const ConnectionDied&) {
-        Die();
+        CloseCursors();
+        session_.reset();
+        dead_ = true;
         throw;
     }
-}
-
-void Connection::Die() {
-    for (const auto& statement : statements_) statement->Forget();
-    session_.reset();
-    dead_ = true;
 }
 
 void Connection::CloseCursors() {
     for (const auto& statement : statements_) statement->Close();
 }
 
-void Connection::SetManual(bool manual) {
-    Count(manual ? Point::kManual : Point::kAuto);
-    Note(manual ? "manual" : "auto");
+/// What every change of the transaction begins with.
+void Connection::BeginChange(const char* event) {
+    Count(event);
+    Note(event);
     CloseCursors();
+}
+
+void Connection::SetManual(bool manual) {
+    BeginChange(manual ? "manual" : "auto");
     Open().SetManual(manual);
 }
 
-void Connection::EndTransaction(bool commit) {
-    Count(commit ? Point::kCommit : Point::kRollback);
-    Note(commit ? "commit" : "rollback");
-    CloseCursors();
-    if (commit) {
-        Open().Commit();
-    } else {
-        Open().Rollback();
-    }
+void Connection::EndTransaction(const char* how) {
+    BeginChange(how);
+    Open().End(how);
 }
 
 Statement* Connection::NewStatement() {
-    Count(Point::kStatement);
+    Count("statement");
     return statements_.emplace_back(std::make_unique<Statement>(*this)).get();
 }
 
@@ -164,12 +169,140 @@ void Connection::FreeStatement(const Statement* statement) {
 }
 
 void Connection::Claim(const Statement* statement) {
-    if (busy_ != nullptr && busy_ != statement) Fail(Err::kBusy);
+    if (busy_ != nullptr && busy_ != statement) Fail(kBusy);
     busy_ = statement;
 }
 
 void Connection::Release(const Statement* statement) {
     if (busy_ == statement) busy_ = nullptr;
+}
+
+std::string ReadWide(const SQLWCHAR* text, SQLLEN length) {
+    if (text == nullptr) return {};
+    const auto* units = reinterpret_cast<const char16_t*>(text);
+    return ToUtf8(length == SQL_NTS ? std::u16string_view(units)
+                                    : std::u16string_view(units, static_cast<std::size_t>(length)));
+}
+
+bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcept {
+    if (buffer == nullptr) return true;
+    if (room <= 0) return false;
+    const std::size_t count = std::min(text.size(), static_cast<std::size_t>(room) - 1);
+    auto* units = static_cast<char16_t*>(buffer);
+    std::copy_n(text.data(), count, units);
+    units[count] = u'\0';
+    return count == text.size();
+}
+
+void Statement::Prepare(const char* event, const std::string& sql) {
+    Close();
+    connection_.Note(event, sql);
+    text_ = sql;
+    batch_ = SplitStatements(sql);
+}
+
+SQLRETURN Statement::Execute() {
+    Close();
+    connection_.Claim(this);
+    next_ = 0;
+    return Run();
+}
+
+SQLRETURN Statement::MoreResults() {
+    const std::size_t next = next_;
+    Close();
+    if (next >= batch_.size()) return SQL_NO_DATA;
+    next_ = next;
+    connection_.Claim(this);
+    Run();
+    return SQL_SUCCESS;
+}
+
+/// Runs the batch from its next statement up to one with rows.
+SQLRETURN Statement::Run() {
+    bool changed = true;
+    try {
+        while (next_ < batch_.size() && !cursor_) changed = RunOne(batch_[next_++]);
+    } catch (const SqlError&) {
+        Close();
+        throw;
+    }
+    if (!cursor_) connection_.Release(this);
+    return changed ? SQL_SUCCESS : SQL_NO_DATA;
+}
+
+void Statement::Close() {
+    cursor_.reset();
+    atEnd_ = false;
+    next_ = batch_.size();
+    connection_.Release(this);
+}
+
+/// @return false for a change that met no row.
+bool Statement::RunOne(const Tokens& tokens) {
+    Session& session = connection_.Open();
+    Sqlite& db = session.Db();
+    TokenReader in(tokens);
+    if (in.TakeIf("IF")) {
+        const SqliteStmt test = Compile(RewriteTest(session, in));
+        db.Step(test.get());
+        if (sqlite3_column_int(test.get(), 0) == 0) return true;
+    }
+    const bool reads = in.Is("SELECT");
+    if (!reads && !in.Is("INSERT") && !in.Is("UPDATE") && !in.Is("DELETE")) {
+        RunCommand(session, in);
+        return true;
+    }
+    const Rewritten rewritten = RewriteStatement(session, in);
+    if (!rewritten.hints.empty()) connection_.Note("hints", rewritten.hints);
+    session.EnterStatement();
+    int changes = 1;
+    if (reads) {
+        cursor_ = Compile(rewritten.sql);
+    } else {
+        db.RunAtomically([&] {
+            db.Step(Compile(rewritten.sql).get());
+            changes = db.Changes();
+        });
+    }
+    return changes > 0;
+}
+
+SqliteStmt Statement::Compile(const std::string& sql) {
+    SqliteStmt stmt = connection_.Open().Db().Prepare(sql);
+    for (int i = 1; i <= sqlite3_bind_parameter_count(stmt.get()); ++i) {
+        const auto found = parameters_.find(static_cast<SQLUSMALLINT>(i));
+        if (found == parameters_.end()) Fail(kParameters);
+        if (const auto text = ReadParameter(found->second)) BindText(stmt.get(), i, *text);
+    }
+    return stmt;
+}
+
+SQLSMALLINT Statement::ColumnCount() const {
+    return static_cast<SQLSMALLINT>(cursor_ ? sqlite3_column_count(cursor_.get()) : 0);
+}
+
+SQLRETURN Statement::Fetch() {
+    if (!cursor_) Fail(kCursor);
+    try {
+        atEnd_ = atEnd_ || !connection_.Open().Db().Step(cursor_.get());
+    } catch (const SqlError&) {
+        atEnd_ = true;  // the server sends nothing behind an error
+        throw;
+    }
+    if (atEnd_) {
+        sqlite3_reset(cursor_.get());
+        if (next_ >= batch_.size()) connection_.Release(this);
+        return SQL_NO_DATA;
+    }
+    bool fits = true;
+    for (const auto& [number, binding] : columns_) {
+        if (number == 0 || number > ColumnCount()) Fail(kColumnNumber);
+        if (WriteCell(ColumnCell(cursor_.get(), number - 1), binding)) continue;
+        Warn(kTruncated);
+        fits = false;
+    }
+    return fits ? SQL_SUCCESS : SQL_SUCCESS_WITH_INFO;
 }
 
 }  // namespace standin

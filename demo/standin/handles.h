@@ -1,12 +1,16 @@
 #pragma once
 
+#include <sql.h>
+#include <sqlext.h>
+
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "errors.h"
 #include "faults.h"
-#include "session.h"
+#include "server.h"
 
 namespace standin {
 
@@ -14,7 +18,7 @@ enum class HandleKind { kEnvironment, kConnection, kStatement };
 
 /// What every handle has: its diagnostic records, and its place in the count of live handles. The counts of a
 /// process (environments, connections, statements) lie in the file "handles-<pid>.txt" under SQLSTANDIN_ROOT,
-/// so that a test can watch another process.
+/// so that a test can watch another process. An environment has nothing else.
 class Handle {
 public:
     explicit Handle(HandleKind kind);
@@ -22,12 +26,16 @@ public:
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
-    HandleKind Kind() const { return kind_; }
     const std::vector<DiagRecord>& Records() const { return records_; }
     void ClearRecords() { records_.clear(); }
-    void Add(const DiagRecord& record);                       // puts the driver's prefix in front of its text
-    void AddInFront(const std::vector<DiagRecord>& records);  // of the warnings that are there already
-    virtual const std::string& DriverName() const;
+    void Warn(const Error& error, std::string_view argument = {}) {
+        records_.push_back(MakeRecord(error, argument));
+    }
+    void AddInFront(const std::vector<DiagRecord>& records) {
+        records_.insert(records_.begin(), records.begin(), records.end());
+    }
+
+    virtual void Free() { delete this; }
 
     /// The handle goes, but its owner never freed it: it stays in the count, so that the leak shows.
     void StayCounted() { staysCounted_ = true; }
@@ -38,11 +46,6 @@ private:
     std::vector<DiagRecord> records_;
 };
 
-class Environment : public Handle {
-public:
-    Environment() : Handle(HandleKind::kEnvironment) {}
-};
-
 class Statement;
 
 class Connection : public Handle {
@@ -50,42 +53,101 @@ public:
     Connection();
     ~Connection() override;
 
-    const std::string& DriverName() const override { return login_.driver; }
-
-    void Connect(std::string_view connectionString);
+    void Connect(const std::string& connectionString);
     void Disconnect();
-    bool IsConnected() const { return session_ != nullptr || dead_; }
+    void Free() override;  // @throws SqlError HY010 while it is connected
     bool IsDead() const { return dead_; }
     bool IsManual() const { return session_ != nullptr && session_->IsManual(); }
 
     void SetManual(bool manual);
-    void EndTransaction(bool commit);
+    void EndTransaction(const char* how);  // "commit" or "rollback"
 
     /// The session. @throws SqlError 08S01 when the connection is dead, 08003 when there is none.
     Session& Open();
 
     /// Counts a call that a test may make fail; a fault of the kind "die" takes the connection down.
-    void Count(Point point);
+    void Count(const char* point);
     void Note(const char* event, const std::string& text = {}) { Trace(directory_, number_, event, text); }
 
     Statement* NewStatement();
     void FreeStatement(const Statement* statement);
 
-    /// One result at a time: while rows of one statement are unread, no other statement can run.
+    /// One result at a time: while rows of one are unread, no other can run. @throws SqlError HY000.
     void Claim(const Statement* statement);
     void Release(const Statement* statement);
 
 private:
     void CloseCursors();
-    void Die();
+    void BeginChange(const char* event);
 
-    Login login_;
     std::string directory_;
     std::unique_ptr<Session> session_;
     std::vector<std::unique_ptr<Statement>> statements_;
     const Statement* busy_ = nullptr;
     bool dead_ = false;
-    int number_ = 0;
+    int number_ = 0;  // in the trace
 };
+
+/// A parameter as SQLBindParameter describes it: UTF-16 text.
+struct ParameterBinding {
+    SQLULEN size = 0;  // of the column, in characters; 0 for any
+    const SQLWCHAR* value = nullptr;
+    const SQLLEN* indicator = nullptr;
+};
+
+/// A column as SQLBindCol describes it: UTF-16 text or a 64-bit number.
+struct ColumnBinding {
+    SQLSMALLINT cType = SQL_C_WCHAR;
+    SQLPOINTER value = nullptr;
+    SQLLEN bytes = 0;
+    SQLLEN* indicator = nullptr;
+};
+
+/// A batch and its current result. Its statements run one after the other up to the first one with rows;
+/// MoreResults goes on behind it.
+class Statement : public Handle {
+public:
+    explicit Statement(Connection& connection) : Handle(HandleKind::kStatement), connection_(connection) {}
+    ~Statement() override { Close(); }
+
+    Connection& Owner() { return connection_; }
+    const std::string& Text() const { return text_; }
+    void Free() override { connection_.FreeStatement(this); }
+
+    /// Takes a batch. @param event  for the trace, which gets it before anything can fail
+    void Prepare(const char* event, const std::string& sql);
+
+    /// Runs the prepared batch. @return SQL_SUCCESS, or SQL_NO_DATA when the last change met no row.
+    SQLRETURN Execute();
+    SQLRETURN MoreResults();
+    SQLRETURN Fetch();
+
+    void Bind(SQLUSMALLINT number, const ParameterBinding& binding) { parameters_[number] = binding; }
+    void Bind(SQLUSMALLINT number, const ColumnBinding& binding) { columns_[number] = binding; }
+
+    void Close();  // the result, keeping the prepared text
+    SQLSMALLINT ColumnCount() const;
+
+private:
+    SQLRETURN Run();
+    bool RunOne(const Tokens& tokens);
+    SqliteStmt Compile(const std::string& sql);
+
+    Connection& connection_;
+    std::string text_;
+    std::vector<Tokens> batch_;
+    std::size_t next_ = 0;  // in the batch
+    SqliteStmt cursor_;
+    bool atEnd_ = false;  // of its rows
+    std::map<SQLUSMALLINT, ParameterBinding> parameters_;
+    std::map<SQLUSMALLINT, ColumnBinding> columns_;
+};
+
+/// Text from the caller; the length counts characters or is SQL_NTS.
+std::string ReadWide(const SQLWCHAR* text, SQLLEN length);
+
+/// Writes text with its terminator. @param room  in characters, the terminator included
+/// @return true when all of it fitted, or no text was wanted
+bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcept;
 
 }  // namespace standin

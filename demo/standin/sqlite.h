@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,14 +22,12 @@ std::string QuoteText(std::string_view text);  // 'it''s'
 std::string QuoteName(std::string_view name);  // "name"
 
 Cell ColumnCell(sqlite3_stmt* stmt, int column);
-std::string ColumnText(sqlite3_stmt* stmt, int column);
-void BindCell(sqlite3_stmt* stmt, int parameter, const Cell& cell);
+void BindText(sqlite3_stmt* stmt, int parameter, const std::string& text);
 
-/// A connection to a server's file: the collation MS, LIKE and the functions ms_*, waiting for locks, and
-/// errors in SQL Server's numbers. All calls throw SqlError.
+/// A connection to a server's file: the collation MS, LIKE and functions of our own, waiting for locks,
+/// errors in SQL Server's numbers. Used by one thread at a time. Every call may throw SqlError.
 class Sqlite {
 public:
-    /// @throws SqlError when the file cannot be opened.
     explicit Sqlite(const std::string& file);
     Sqlite(const Sqlite&) = delete;
     Sqlite& operator=(const Sqlite&) = delete;
@@ -40,29 +38,31 @@ public:
     /// Steps once. @return true for a row, false at the end.
     bool Step(sqlite3_stmt* stmt);
 
-    /// Runs SQL without parameters that returns nothing.
+    /// Runs SQL that returns nothing.
     void Run(const std::string& sql);
 
-    bool InTransaction() const { return sqlite3_get_autocommit(db_.get()) == 0; }
-    long long Changes() const { return sqlite3_changes64(db_.get()); }
+    /// Makes several changes one, in a transaction of its own or inside the open one: an exception undoes
+    /// them all. SQLite by itself keeps what a statement did before one of our functions failed in it.
+    void RunAtomically(const std::function<void()>& work);
 
+    bool InTransaction() const { return sqlite3_get_autocommit(db_.get()) == 0; }
+    int Changes() const { return sqlite3_changes(db_.get()); }
     bool HasTable(const std::string& table) const;
 
     /// The declared type of a column, or nothing.
     std::optional<Type> ColumnType(const std::string& table, const std::string& column) const;
 
-    /// Milliseconds to wait for a lock; negative waits for ever.
-    void SetLockTimeout(std::int64_t milliseconds) { lockTimeout_ = milliseconds; }
+    /// Milliseconds to wait for a lock; weeks when never set.
+    void SetLockTimeout(int milliseconds) { sqlite3_busy_timeout(db_.get(), milliseconds); }
 
 private:
-    struct Functions;
-    static int OnBusy(void* self, int count) noexcept;
+    template <Cell (*kBody)(int count, sqlite3_value** values)>
+    static void Function(sqlite3_context* context, int count, sqlite3_value** values) noexcept;
+    void RegisterFunctions();
     [[noreturn]] void Throw(int code, const std::string& sql);
 
     std::unique_ptr<sqlite3, CloseSqlite> db_;
-    std::optional<SqlError> failure_;  // of a function, until the call that met it returns
-    std::int64_t lockTimeout_ = -1;
-    std::int64_t waitedSince_ = 0;
+    std::optional<SqlError> failure_;  // of a function, for the call that met it
 };
 
 }  // namespace standin

@@ -1,112 +1,157 @@
 #include "text.h"
 
+#include <unicode/ucol.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
 namespace standin {
 namespace {
 
-void AppendUtf8(std::string& out, char32_t c) {
-    const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (c < 0x80) return put(c);
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            put(0xE0 | (c >> 12));
-        } else {
-            put(0xF0 | (c >> 18));
-            put(0x80 | ((c >> 12) & 0x3F));
-        }
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
+/// What a byte of a UTF-8 text adds to its length: the first of a character all of it, the others nothing.
+std::size_t UnitsOf(char c, bool wide) noexcept {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte & 0xC0) == 0x80) return 0;
+    return byte >= (wide ? 0xF0 : 0x80) ? 2 : 1;
 }
 
-/// Reads the code point at `at` and moves behind it; a text that ends too early is filled up with zeros.
-char32_t NextCodePoint(std::string_view utf8, std::size_t& at) noexcept {
-    const auto next = [&]() -> char32_t {
-        const std::size_t i = at++;
-        return i < utf8.size() ? static_cast<unsigned char>(utf8[i]) : 0;
+/// ICU's Chinese collator, taking what differs in case, width or kana alone for equal.
+UCollator* Collator() {
+    struct Close {
+        void operator()(UCollator* icu) const noexcept { ucol_close(icu); }
     };
-    const char32_t lead = next();
-    if (lead < 0xC0) return lead;
-    char32_t c = lead < 0xE0 ? lead & 0x1F : lead < 0xF0 ? lead & 0x0F : lead & 0x07;
-    for (int tails = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3; tails > 0; --tails)
-        c = (c << 6) | (next() & 0x3F);
-    return c;
+    static const std::unique_ptr<UCollator, Close> collator = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        std::unique_ptr<UCollator, Close> icu(ucol_open("zh", &status));
+        ucol_setStrength(icu.get(), UCOL_SECONDARY);
+        ucol_setReorderCodes(icu.get(), nullptr, 0, &status);  // ICU puts Han characters before letters
+        if (U_FAILURE(status)) std::abort();                   // ICU's data are missing
+        return icu;
+    }();
+    return collator.get();
 }
 
-std::size_t UnitsOf(char32_t c, bool wide) noexcept {
-    return (wide ? c >= 0x10000 : c >= 0x80) ? 2 : 1;
+/// The order of the digits and letters of ASCII, as ICU gives it; 0 for every other character.
+int PlainOrder(unsigned c) noexcept {
+    if (c >= 'A' && c <= 'Z') return static_cast<int>(c - 'A' + 'a');
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ? static_cast<int>(c) : 0;
 }
 
-std::string MapAscii(std::string_view text, char first, char last) {
-    std::string out(text);
-    for (char& c : out) {
-        if (c >= first && c <= last) c = static_cast<char>(c ^ ('a' ^ 'A'));
+int CompareUnits(char16_t a, char16_t b) noexcept {
+    const auto isSurrogate = [](char16_t unit) { return (unit & 0xF800) == 0xD800; };
+    const int left = PlainOrder(a), right = PlainOrder(b);
+    if (left != 0 && right != 0) return left - right;
+    return a == b || isSurrogate(a) || isSurrogate(b) ? a - b : ucol_strcoll(Collator(), &a, 1, &b, 1);
+}
+
+/// The next character of a LIKE pattern, by itself or behind the escape character.
+char16_t TakeUnit(std::u16string_view& pattern, char16_t escape) noexcept {
+    if (escape != 0 && pattern[0] == escape && pattern.size() > 1) pattern.remove_prefix(1);
+    const char16_t unit = pattern[0];
+    pattern.remove_prefix(1);
+    return unit;
+}
+
+/// Matches one unit against a set, whose opening bracket is taken already.
+bool MatchSet(std::u16string_view& pattern, char16_t unit, char16_t escape) noexcept {
+    const bool inverted = pattern.starts_with(u'^');
+    if (inverted) pattern.remove_prefix(1);
+    bool hit = false;
+    while (!pattern.empty() && pattern[0] != u']') {
+        const char16_t first = TakeUnit(pattern, escape);
+        char16_t last = first;
+        if (pattern.size() > 1 && pattern[0] == u'-' && pattern[1] != u']') {
+            pattern.remove_prefix(1);
+            last = TakeUnit(pattern, escape);
+        }
+        hit = hit || (CompareUnits(first, unit) <= 0 && CompareUnits(unit, last) <= 0);
     }
-    return out;
+    if (pattern.empty()) return false;  // a set that is never closed matches nothing
+    pattern.remove_prefix(1);
+    return hit != inverted;
+}
+
+/// Matches one unit against the pattern's first element, which is taken.
+bool MatchOne(std::u16string_view& pattern, char16_t unit, char16_t escape) noexcept {
+    const char16_t sign = pattern[0] == escape ? u'\0' : pattern[0];
+    if (sign == u'[') {
+        pattern.remove_prefix(1);
+        return MatchSet(pattern, unit, escape);
+    }
+    return CompareUnits(TakeUnit(pattern, escape), unit) == 0 || sign == u'_';
 }
 
 }  // namespace
 
 std::string ToUtf8(std::u16string_view text) {
-    std::string out;
-    out.reserve(text.size() + text.size() / 2);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t c = text[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00U);
-        }
-        AppendUtf8(out, c);
-    }
-    return out;
+    std::string utf8;
+    icu::UnicodeString(false, text.data(), static_cast<std::int32_t>(text.size())).toUTF8String(utf8);
+    return utf8;
 }
 
 std::u16string ToUtf16(std::string_view utf8) {
-    std::u16string out;
-    out.reserve(utf8.size());
-    for (std::size_t at = 0; at < utf8.size();) {
-        const char32_t c = NextCodePoint(utf8, at);
-        if (c < 0x10000) {
-            out.push_back(static_cast<char16_t>(c));
-        } else {
-            out.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
-        }
-    }
-    return out;
+    const icu::UnicodeString text =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
+    return {text.getBuffer(), static_cast<std::size_t>(text.length())};
 }
 
 std::size_t TextLength(std::string_view utf8, bool wide) noexcept {
     std::size_t length = 0;
-    for (std::size_t at = 0; at < utf8.size();) length += UnitsOf(NextCodePoint(utf8, at), wide);
+    for (const char c : utf8) length += UnitsOf(c, wide);
     return length;
 }
 
 std::string_view CutText(std::string_view utf8, std::size_t length, bool wide) noexcept {
     std::size_t used = 0;
-    for (std::size_t at = 0; at < utf8.size();) {
-        const std::size_t start = at;
-        used += UnitsOf(NextCodePoint(utf8, at), wide);
-        if (used > length) return utf8.substr(0, start);
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        used += UnitsOf(utf8[i], wide);
+        if (used > length) return utf8.substr(0, i);
     }
     return utf8;
 }
 
-std::string_view TrimBlanksBehind(std::string_view text) noexcept {
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+std::string_view TrimEnd(std::string_view text) noexcept {
+    while (text.ends_with(' ')) text.remove_suffix(1);
     return text;
 }
 
-std::string_view TrimBlanks(std::string_view text) noexcept {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    return TrimBlanksBehind(text);
+std::string_view Trim(std::string_view text) noexcept {
+    while (text.starts_with(' ')) text.remove_prefix(1);
+    return TrimEnd(text);
 }
 
 std::string UpperAscii(std::string_view text) {
-    return MapAscii(text, 'a', 'z');
+    std::string upper(text);
+    for (char& c : upper) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    }
+    return upper;
 }
-std::string LowerAscii(std::string_view text) {
-    return MapAscii(text, 'A', 'Z');
+
+int CompareText(std::string_view a, std::string_view b) noexcept {
+    a = TrimEnd(a);
+    b = TrimEnd(b);
+    UErrorCode status = U_ZERO_ERROR;
+    return ucol_strcollUTF8(Collator(), a.data(), static_cast<std::int32_t>(a.size()), b.data(),
+                            static_cast<std::int32_t>(b.size()), &status);
+}
+
+bool LikeMatches(std::u16string_view value, std::u16string_view pattern, char16_t escape) noexcept {
+    while (!pattern.empty()) {
+        if (pattern[0] == u'%' && escape != u'%') {
+            pattern.remove_prefix(1);
+            if (pattern.empty()) return true;
+            for (; !value.empty(); value.remove_prefix(1)) {
+                if (LikeMatches(value, pattern, escape)) return true;
+            }
+            continue;
+        }
+        if (value.empty() || !MatchOne(pattern, value[0], escape)) return false;
+        value.remove_prefix(1);
+    }
+    return value.empty();
 }
 
 }  // namespace standin

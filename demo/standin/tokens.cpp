@@ -1,28 +1,18 @@
 #include "tokens.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "errors.h"
 #include "text.h"
 
 namespace standin {
 namespace {
 
-/// T-SQL's reserved words as far as they can stand where a name could.
-constexpr std::string_view kReserved[] = {
-    "ADD",      "ALL",       "ALTER",    "AND",      "ANY",      "AS",       "ASC",    "BEGIN",  "BETWEEN",
-    "BY",       "CASE",      "CHECK",    "COLLATE",  "COMMIT",   "CONVERT",  "CREATE", "CROSS",  "CURSOR",
-    "DATABASE", "DECLARE",   "DEFAULT",  "DELETE",   "DESC",     "DISTINCT", "DROP",   "ELSE",   "END",
-    "ESCAPE",   "EXCEPT",    "EXEC",     "EXECUTE",  "EXISTS",   "FETCH",    "FOR",    "FROM",   "FULL",
-    "GO",       "GRANT",     "GROUP",    "HAVING",   "IDENTITY", "IF",       "IN",     "INDEX",  "INNER",
-    "INSERT",   "INTERSECT", "INTO",     "IS",       "JOIN",     "KEY",      "LEFT",   "LIKE",   "MERGE",
-    "NOT",      "NULL",      "OF",       "ON",       "OPTION",   "OR",       "ORDER",  "OUTER",  "OVER",
-    "PRIMARY",  "RETURN",    "RIGHT",    "ROLLBACK", "SCHEMA",   "SELECT",   "SET",    "TABLE",  "THEN",
-    "TO",       "TOP",       "TRUNCATE", "UNION",    "UNIQUE",   "UPDATE",   "USE",    "VALUES", "VIEW",
-    "WHEN",     "WHERE",     "WHILE",    "WITH"};
-
-constexpr std::string_view kHints[] = {"HOLDLOCK", "UPDLOCK"};
+/// T-SQL's reserved words, as far as one could be taken for a name by mistake.
+constexpr std::string_view kReserved =
+    " ALTER AND AS ASC BETWEEN BY CASE COLLATE COMMIT CONVERT CREATE CROSS DELETE DESC DROP ELSE END ESCAPE "
+    "EXEC "
+    "EXISTS FOR FROM FULL GROUP HAVING IDENTITY IF IN INNER INSERT INTO IS JOIN KEY LEFT LIKE NOT NULL ON "
+    "OPTION "
+    "OR ORDER OUTER OVER PRIMARY RIGHT SELECT SET TABLE THEN TOP UNION UPDATE VALUES WHEN WHERE WITH ";
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -45,9 +35,8 @@ public:
         if (at_ >= sql_.size()) return {};
         if ((c == 'N' || c == 'n') && At(1) == '\'') ++at_;
         if (At(0) == '\'') return {TokenKind::kText, TakeQuoted('\''), {}};
-        if (c == '[') return {TokenKind::kName, TakeQuoted(']'), {}};
-        if (c == '"') return {TokenKind::kName, TakeQuoted('"'), {}};
-        if (IsDigit(c)) return TakeNumber();
+        if (c == '[' || c == '"') return {TokenKind::kName, TakeQuoted(c == '[' ? ']' : c), {}};
+        if (IsDigit(c)) return {TokenKind::kNumber, TakeNumber(), {}};
         if (IsLetter(c)) {
             std::string word = TakeWhile([](char x) { return IsLetter(x) || IsDigit(x) || x == '$'; });
             std::string key = UpperAscii(word);
@@ -56,7 +45,7 @@ public:
         const std::string_view two = sql_.substr(at_, 2);
         const bool isPair = two == "<>" || two == "<=" || two == ">=" || two == "!=";
         const std::string symbol(two.substr(0, isPair ? 2 : 1));
-        if (std::string_view("()<>=!+-*,.;?").find(c) == std::string_view::npos) Fail(Err::kSyntax, symbol);
+        if (std::string_view("()<>=!+-*,.;?").find(c) == std::string_view::npos) Fail(kSyntax, symbol);
         at_ += symbol.size();
         return {TokenKind::kSymbol, symbol, symbol};
     }
@@ -78,7 +67,7 @@ private:
             const bool isLine = rest.starts_with("--");
             if (!isLine && !rest.starts_with("/*")) return;
             const std::size_t end = rest.find(isLine ? "\n" : "*/", 2);
-            if (end == std::string_view::npos && !isLine) Fail(Err::kSyntax, rest);
+            if (end == std::string_view::npos && !isLine) Fail(kSyntax, rest);
             at_ = end == std::string_view::npos ? sql_.size() : at_ + end + (isLine ? 1 : 2);
         }
     }
@@ -94,15 +83,14 @@ private:
             if (sql_[at_] == close) ++at_;
             text += sql_[at_];
         }
-        Fail(Err::kOpenText, text);
+        Fail(kOpenText, text);
     }
 
-    Token TakeNumber() {
-        Token token{TokenKind::kNumber, TakeWhile(IsDigit), {}};
+    std::string TakeNumber() {
+        std::string number = TakeWhile(IsDigit);
         constexpr std::size_t kDigitsOfBigInt = 18;
-        if (IsLetter(At(0)) || At(0) == '.' || token.text.size() > kDigitsOfBigInt)
-            Fail(Err::kSyntax, token.text);
-        return token;
+        if (IsLetter(At(0)) || At(0) == '.' || number.size() > kDigitsOfBigInt) Fail(kSyntax, number);
+        return number;
     }
 
     std::string_view sql_;
@@ -128,68 +116,31 @@ std::vector<Tokens> SplitStatements(std::string_view sql) {
     return statements;
 }
 
-std::string HintsOf(const Tokens& tokens) {
-    std::string hints;
-    for (std::size_t i = 0; i + 1 < tokens.size(); ++i) {
-        if (tokens[i].key != "WITH" || tokens[i + 1].key != "(") continue;
-        for (i += 2; tokens[i].kind == TokenKind::kWord || tokens[i].key == ","; ++i) {
-            const Token& token = tokens[i];
-            if (token.kind != TokenKind::kWord) continue;
-            if (std::ranges::count(kHints, token.key) == 0) Fail(Err::kUnknownHint, token.text);
-            hints += (hints.empty() ? "" : ",") + token.key;
-        }
-    }
-    return hints;
-}
-
-const Token& TokenReader::Peek(std::size_t ahead) const {
-    return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
-}
-
-const Token& TokenReader::Take() {
-    const Token& token = Peek();
-    if (token.kind != TokenKind::kEnd) ++at_;
-    return token;
+std::string TokenReader::TakeWhere(bool good) {
+    if (!good) Fail(kSyntax, Peek().text);
+    return tokens_[at_++].text;
 }
 
 bool TokenReader::TakeIf(std::string_view key) {
     const bool is = Is(key);
-    if (is) Take();
+    if (is) ++at_;
     return is;
 }
 
-void TokenReader::Expect(std::string_view key) {
-    if (!TakeIf(key)) FailHere();
+void TokenReader::TakeEnd() {
+    if (!IsEnd()) TakeWhere(false);
 }
 
 bool TokenReader::IsName() const {
     const Token& token = Peek();
-    return token.kind == TokenKind::kName || (token.kind == TokenKind::kWord && token.key[0] != '@' &&
-                                              std::ranges::count(kReserved, token.key) == 0);
+    if (token.kind != TokenKind::kWord) return token.kind == TokenKind::kName;
+    return !token.key.starts_with('@') && kReserved.find(" " + token.key + " ") == kReserved.npos;
 }
 
-std::string TokenReader::TakeName() {
-    if (!IsName()) FailHere();
-    return Take().text;
-}
-
-std::vector<std::string> TokenReader::TakeDottedName() {
-    std::vector<std::string> parts{TakeName()};
+Name TokenReader::TakeDottedName() {
+    Name parts{TakeName()};
     while (parts.size() < 3 && TakeIf(".")) parts.push_back(TakeName());
     return parts;
-}
-
-std::string TokenReader::TakeNumber() {
-    if (Peek().kind != TokenKind::kNumber) FailHere();
-    return Take().text;
-}
-
-void TokenReader::FailHere() const {
-    Fail(Err::kSyntax, Peek().text);
-}
-
-void TokenReader::ExpectEnd() const {
-    if (Peek().kind != TokenKind::kEnd) FailHere();
 }
 
 }  // namespace standin

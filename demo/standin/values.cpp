@@ -1,5 +1,6 @@
 #include "values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <iterator>
 #include <limits>
@@ -10,136 +11,115 @@
 namespace standin {
 namespace {
 
-using Integers = std::numeric_limits<std::int64_t>;
+using BigInt = std::numeric_limits<std::int64_t>;
+using Int = std::numeric_limits<std::int32_t>;
 constexpr std::size_t kDecimalDigits = 38;
 
-enum class Family { kText, kInteger, kOther };
-
-struct TypeRow {
-    TypeKind kind;
-    const char* name;
-    Family family;
-    bool hasLength;
-    bool wide;    // the length counts UTF-16 units
-    bool padded;  // with blanks to the length
-    std::int64_t low, high;
+constexpr TypeWord kWords[] = {
+    {"char", Family::kText, true, false, true, 0, 0},
+    {"varchar", Family::kText, true, false, false, 0, 0},
+    {"nchar", Family::kText, true, true, true, 0, 0},
+    {"nvarchar", Family::kText, true, true, false, 0, 0},
+    {"text", Family::kText, false, false, false, 0, 0},
+    {"ntext", Family::kText, false, true, false, 0, 0},
+    {"int", Family::kInteger, false, false, false, Int::min(), Int::max()},
+    {"bigint", Family::kInteger, false, false, false, BigInt::min(), BigInt::max()},
+    {"decimal", Family::kDecimal, true, false, false, 0, 0},
+    {"datetime", Family::kTime, false, false, false, 0, 0},
 };
 
-constexpr TypeRow kTypes[] = {
-    {TypeKind::kChar, "char", Family::kText, true, false, true, 0, 0},
-    {TypeKind::kVarChar, "varchar", Family::kText, true, false, false, 0, 0},
-    {TypeKind::kNChar, "nchar", Family::kText, true, true, true, 0, 0},
-    {TypeKind::kNVarChar, "nvarchar", Family::kText, true, true, false, 0, 0},
-    {TypeKind::kText, "text", Family::kText, false, false, false, 0, 0},
-    {TypeKind::kNText, "ntext", Family::kText, false, true, false, 0, 0},
-    {TypeKind::kTinyInt, "tinyint", Family::kInteger, false, false, false, 0, 255},
-    {TypeKind::kSmallInt, "smallint", Family::kInteger, false, false, false, -32768, 32767},
-    {TypeKind::kInt, "int", Family::kInteger, false, false, false, -2147483648, 2147483647},
-    {TypeKind::kBigInt, "bigint", Family::kInteger, false, false, false, Integers::min(), Integers::max()},
-    {TypeKind::kDecimal, "decimal", Family::kOther, true, false, false, 0, 0},
-    {TypeKind::kDateTime, "datetime", Family::kOther, false, false, false, 0, 0},
-};
-
-const TypeRow& RowOf(TypeKind kind) noexcept {
-    return kTypes[static_cast<std::size_t>(kind)];
-}
-
-Cell ToText(const Cell& cell, const Type& to, Conversion how) {
-    const TypeRow& row = RowOf(to.kind);
+std::string ToText(const Cell& cell, const Type& to, bool mayCut) {
     std::string text = Render(cell);
-    if (!row.hasLength) return text;
+    if (!to.word->hasLength) return text;
     const auto limit = static_cast<std::size_t>(to.length);
-    std::size_t length = TextLength(text, row.wide);
-    if (length > limit) {
-        const std::string_view kept = CutText(text, limit, row.wide);
-        const bool losesText = text.find_first_not_of(' ', kept.size()) != std::string::npos;
-        if (!std::holds_alternative<std::string>(cell)) Fail(Err::kOverflow, row.name);
-        if (how == Conversion::kStore && losesText) Fail(Err::kTooLong, kept);
+    if (TextLength(text, to.word->wide) > limit) {
+        const std::string_view kept = CutText(text, limit, to.word->wide);
+        if (!std::holds_alternative<std::string>(cell)) Fail(kOverflow, to.word->name);
+        if (!mayCut && TrimEnd(text).size() > kept.size()) Fail(kTooLong, kept);
         text.resize(kept.size());
-        length = TextLength(text, row.wide);
     }
-    if (row.padded) text.append(limit - length, ' ');
+    if (to.word->padded) text.append(limit - TextLength(text, to.word->wide), ' ');
     return text;
 }
 
-std::int64_t ToInteger(const Cell& cell, TypeKind to) {
-    const TypeRow& row = RowOf(to);
+std::int64_t ToInteger(const Cell& cell, const TypeWord& to) {
     std::int64_t value = 0;
     if (const auto* text = std::get_if<std::string>(&cell)) {
-        if (TrimBlanks(*text).empty()) return 0;  // SQL Server reads blank text as zero
+        if (Trim(*text).empty()) return 0;  // SQL Server reads blank text as zero
         const Reading reading = ReadInteger(*text, value);
-        if (reading == Reading::kNoNumber) Fail(Err::kConversion, *text, row.name);
-        if (reading == Reading::kTooLarge || value < row.low || value > row.high) {
-            Fail(Err::kIntegerRange, *text, row.name);
-        }
+        if (reading == Reading::kNoNumber) Fail(kConversion, *text, to.name);
+        if (reading == Reading::kTooLarge || value < to.low || value > to.high)
+            Fail(kIntegerRange, *text, to.name);
         return value;
     }
     const auto* number = std::get_if<std::int64_t>(&cell);
-    if (number == nullptr || *number < row.low || *number > row.high) Fail(Err::kOverflow, row.name);
+    if (number == nullptr || *number < to.low || *number > to.high) Fail(kOverflow, to.name);
     return *number;
 }
 
 Cell ToDecimal(const Cell& cell, int precision) {
     const std::string text = Render(cell);
-    std::string_view digits = TrimBlanks(text);
-    const bool negative = !digits.empty() && digits.front() == '-';
-    if (!digits.empty() && (digits.front() == '-' || digits.front() == '+')) digits.remove_prefix(1);
-    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) {
-        Fail(Err::kNumeric);
-    }
+    std::string_view digits = Trim(text);
+    const bool negative = digits.starts_with('-');
+    if (negative || digits.starts_with('+')) digits.remove_prefix(1);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != digits.npos) Fail(kNumeric);
     digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size() - 1));
-    if (digits.size() > static_cast<std::size_t>(precision)) Fail(Err::kOverflow, "numeric");
+    if (digits.size() > static_cast<std::size_t>(precision)) Fail(kOverflow, "numeric");
     std::int64_t value = 0;
     if (ReadInteger(text, value) == Reading::kNumber) return value;
-    if (negative) Fail(Err::kOverflow, "numeric");
+    if (negative) Fail(kOverflow, "numeric");
     return BigDecimal{std::string(kDecimalDigits - digits.size(), '0').append(digits)};
 }
 
 }  // namespace
 
-bool HasLength(TypeKind kind) noexcept {
-    return RowOf(kind).hasLength;
-}
-bool IsText(TypeKind kind) noexcept {
-    return RowOf(kind).family == Family::kText;
-}
-const char* NameOf(TypeKind kind) noexcept {
-    return RowOf(kind).name;
+std::string Type::Declaration() const {
+    const std::string name = word->name;
+    return word->hasLength ? name + "(" + std::to_string(length) + ")" : name;
 }
 
-TypeKind FindType(std::string_view word) {
-    const std::string name = LowerAscii(word);
-    for (const TypeRow& row : kTypes) {
-        if (name == row.name) return row.kind;
+std::string Type::Call(const char* function, const std::string& value) const {
+    return std::string(function) + "(" + value + "," + std::to_string(word - kWords) + "," +
+           std::to_string(length) + ")";
+}
+
+Type FindType(std::string_view word, int length) {
+    const std::string name = UpperAscii(word);
+    for (const TypeWord& known : kWords) {
+        if (name == UpperAscii(known.name)) return {&known, length};
     }
-    Fail(Err::kUnknownType, word);
+    Fail(kUnknownType, word);
 }
 
-std::string WriteType(const Type& type) {
-    const std::string name = NameOf(type.kind);
-    return HasLength(type.kind) ? name + "(" + std::to_string(type.length) + ")" : name;
-}
-
-Type ReadType(const std::string& declared) {
-    if (declared == "INTEGER") return {TypeKind::kInt};  // SQLite's own word for a numbered key
-    const std::size_t bracket = std::min(declared.find('('), declared.size());
-    Type type{FindType(std::string_view(declared).substr(0, bracket))};
-    if (bracket < declared.size()) type.length = std::stoi(declared.substr(bracket + 1));
-    return type;
+Type ReadDeclaration(const std::string& declaration) {
+    const std::size_t bracket = declaration.find('(');
+    if (bracket != declaration.npos) {
+        return FindType(std::string_view(declaration).substr(0, bracket),
+                        std::stoi(declaration.substr(bracket + 1)));
+    }
+    return FindType(declaration == "INTEGER" ? "int" : declaration, 0);  // SQLite's word for a numbered key
 }
 
 bool FitsUncut(const Type& from, const Type& to) noexcept {
-    const TypeRow& target = RowOf(to.kind);
-    const bool keepsUnits = target.wide || !RowOf(from.kind).wide;
-    return IsText(from.kind) && HasLength(from.kind) && IsText(to.kind) && HasLength(to.kind) &&
-           !target.padded && keepsUnits && from.length <= to.length;
+    return from.word->family == Family::kText && to.word->family == Family::kText && from.word->hasLength &&
+           to.word->hasLength && !to.word->padded && to.word->wide >= from.word->wide &&
+           from.length <= to.length;
 }
 
-Cell Convert(const Cell& cell, const Type& to, Conversion how) {
+Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut) {
+    const Type to{&kWords[type], length};
     if (std::holds_alternative<std::monostate>(cell)) return cell;
-    if (IsText(to.kind)) return ToText(cell, to, how);
-    if (RowOf(to.kind).family == Family::kInteger) return ToInteger(cell, to.kind);
-    return to.kind == TypeKind::kDecimal ? ToDecimal(cell, to.length) : cell;
+    switch (to.word->family) {
+        case Family::kText:
+            return ToText(cell, to, mayCut);
+        case Family::kInteger:
+            return ToInteger(cell, *to.word);
+        case Family::kDecimal:
+            return ToDecimal(cell, to.length);
+        case Family::kTime:
+            break;
+    }
+    return cell;
 }
 
 Cell Calculate(char sign, const Cell& left, const Cell& right) {
@@ -148,26 +128,25 @@ Cell Calculate(char sign, const Cell& left, const Cell& right) {
     const auto* head = std::get_if<std::string>(&left);
     const auto* tail = std::get_if<std::string>(&right);
     if (sign == '+' && head != nullptr && tail != nullptr) return *head + *tail;
-    const std::int64_t a = ToInteger(left, TypeKind::kBigInt);
-    const std::int64_t b = ToInteger(right, TypeKind::kBigInt);
+    constexpr TypeWord bigint = kWords[7];
+    static_assert(bigint.low == BigInt::min());
+    const std::int64_t a = ToInteger(left, bigint), b = ToInteger(right, bigint);
     std::int64_t result = 0;
-    const bool overflow = sign == '+'   ? __builtin_add_overflow(a, b, &result)
-                          : sign == '-' ? __builtin_sub_overflow(a, b, &result)
-                                        : __builtin_mul_overflow(a, b, &result);
-    if (overflow) Fail(Err::kOverflow, "bigint");
+    const bool overflow =
+        sign == '+' ? __builtin_add_overflow(a, b, &result) : __builtin_mul_overflow(a, b, &result);
+    if (overflow) Fail(kOverflow, bigint.name);
     return result;
 }
 
 std::string Render(const Cell& cell) {
     if (const auto* number = std::get_if<std::int64_t>(&cell)) return std::to_string(*number);
-    if (const auto* big = std::get_if<BigDecimal>(&cell)) {
-        return big->digits.substr(std::min(big->digits.find_first_not_of('0'), big->digits.size() - 1));
-    }
+    if (const auto* big = std::get_if<BigDecimal>(&cell))
+        return big->digits.substr(big->digits.find_first_not_of('0'));
     return std::get<std::string>(cell);
 }
 
 Reading ReadInteger(std::string_view text, std::int64_t& value) noexcept {
-    text = TrimBlanks(text);
+    text = Trim(text);
     if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error == std::errc::invalid_argument || end != text.data() + text.size()) return Reading::kNoNumber;

@@ -7,38 +7,32 @@
 
 namespace standin {
 
-enum class TypeKind {
-    kChar,
-    kVarChar,
-    kNChar,
-    kNVarChar,
-    kText,
-    kNText,
-    kTinyInt,
-    kSmallInt,
-    kInt,
-    kBigInt,
-    kDecimal,
-    kDateTime
+enum class Family { kText, kInteger, kDecimal, kTime };
+
+/// What the word of a T-SQL type stands for.
+struct TypeWord {
+    const char* name;
+    Family family;
+    bool hasLength;
+    bool wide;               // the length counts UTF-16 units, not bytes of the code page
+    bool padded;             // with blanks, up to the length
+    std::int64_t low, high;  // of an integer
 };
 
-/// A T-SQL type: text with its length in characters, a decimal without places behind the point with its
-/// precision, an integer or datetime.
+/// A type: text with its length, a whole decimal with its precision, or the word alone.
 struct Type {
-    TypeKind kind = TypeKind::kInt;
-    int length = 0;
-};
+    const TypeWord* word;
+    int length;
 
-bool HasLength(TypeKind kind) noexcept;
-bool IsText(TypeKind kind) noexcept;
-const char* NameOf(TypeKind kind) noexcept;  // "nvarchar"
+    std::string Declaration() const;  // "nvarchar(50)"
+
+    /// A call of one of SQLite's functions of our own: "function(value,type,length)".
+    std::string Call(const char* function, const std::string& value) const;
+};
 
 /// @throws SqlError 2715 for a word that names no type of the stand-in.
-TypeKind FindType(std::string_view word);
-
-/// "nvarchar(50)", as columns are declared in SQLite, and back.
-std::string WriteType(const Type& type);
-Type ReadType(const std::string& declared);
+Type FindType(std::string_view word, int length);
+Type ReadDeclaration(const std::string& declaration);
 
 /// True when every text of the one type is unchanged by a CAST to the other.
 bool FitsUncut(const Type& from, const Type& to) noexcept;
@@ -52,22 +46,19 @@ struct BigDecimal {
 /// One value as it lies in SQLite; monostate is NULL.
 using Cell = std::variant<std::monostate, std::int64_t, std::string, BigDecimal>;
 
-enum class Conversion {
-    kCast,   // an explicit CAST cuts text that is too long
-    kStore,  // INSERT and UPDATE refuse it
-};
+/// Converts by T-SQL's rules; NULL stays NULL. @param mayCut  a CAST cuts a text that is too long, storing
+/// refuses it
+/// @throws SqlError 245, 248, 2628, 8114, 8115.
+Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut);
 
-/// Converts by T-SQL's rules; NULL stays NULL. @throws SqlError 245, 248, 2628, 8114, 8115.
-Cell Convert(const Cell& cell, const Type& to, Conversion how);
-
-/// The operators + - * of T-SQL: texts are joined by +, a text beside a number becomes a number.
+/// The operators + and * of T-SQL: texts are joined by +, a text beside a number becomes a number.
 /// @throws SqlError 245, 248, 8115.
 Cell Calculate(char sign, const Cell& left, const Cell& right);
 
 /// The text that a client sees of a value that is not NULL.
 std::string Render(const Cell& cell);
 
-/// The whole number in a text, with blanks around it and a sign.
+/// Reads the whole number in a text, with blanks around it and a sign.
 enum class Reading { kNumber, kTooLarge, kNoNumber };
 Reading ReadInteger(std::string_view text, std::int64_t& value) noexcept;
 
