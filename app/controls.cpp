@@ -57,6 +57,7 @@ LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lP
         SendMessageW(edit, EM_SETSEL, 0, -1);
         return 0;
     }
+    if (message == WM_NCDESTROY) RemoveWindowSubclass(edit, EditProcedure, 0);
     return DefSubclassProc(edit, message, wParam, lParam);
 }
 

@@ -135,6 +135,7 @@ struct MessageBoxView {
     std::vector<MessageBoxButton> buttons;  ///< from left to right
     int defaultButton = 0;                  ///< the ID that Enter answers with
     bool hasIcon = false;
+    HWND icon = nullptr;
 };
 
 /// The message box owned by a window; `window` is null when there is none.
@@ -164,5 +165,16 @@ void ReleaseMouse(HWND window, int x, int y);
 void Drag(HWND window, POINT from, POINT to);
 /// A key pressed and released in whatever window has the keyboard, while the others are held down.
 void TapKey(WORD virtualKey, std::initializer_list<WORD> held = {});
+
+// ---- What a person sees while a window's thread is busy and answers nothing -------------------------------
+
+/// Text of a control, at most 1023 characters, without asking its thread.
+std::wstring ShownText(HWND control);
+/// The mouse pointer's shape: equal values are equal shapes of one program.
+HCURSOR Cursor();
+/// What the screen shows where a window stands, four bytes (blue, green, red, nothing) for each pixel.
+std::string Pixels(HWND window);
+/// Whether it is more yellow than blue: of the system's icons the warning is, the information is not.
+bool LooksYellow(HWND window);
 
 }  // namespace desk

@@ -40,6 +40,7 @@ MessageBoxView ReadMessageBox(HWND window) {
             if ((Style(child) & BS_TYPEMASK) == BS_DEFPUSHBUTTON) box.defaultButton = id;
         } else if (windowClass == L"Static" && (Style(child) & SS_TYPEMASK) == SS_ICON) {
             box.hasIcon = true;
+            box.icon = child;
         } else if (windowClass == L"Static") {
             box.text = Text(child);
         }

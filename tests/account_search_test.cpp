@@ -1,19 +1,19 @@
 #include <algorithm>
 
 #include "account_query/account_search.h"
-#include "tests/support/process_watch.h"
+#include "account_query/account_source.h"
+#include "account_query/account_text.h"
 #include "tests/support/test_database.h"
 #include "tests/support/wide_text.h"
 
 // The result of a search as "schema.table.column account account", or its error.
 static std::wstring Found(const TestDatabase& database, const std::wstring& keyword,
                           const QuerySettings& settings = {}) {
-    const TestServer& server = Server();
     GameServerInfo zone;
-    zone.dbHost = server.host;
-    zone.dbPort = server.port;
-    zone.dbUser = server.user;
-    zone.dbPassword = server.password;
+    zone.dbHost = Server().host;
+    zone.dbPort = Server().port;
+    zone.dbUser = Server().user;
+    zone.dbPassword = Server().password;
     zone.dbName = database.Name();
     std::wstring text;
     const std::wstring error = ErrorOf([&] {
@@ -44,21 +44,6 @@ TEST_CASE("the account column is found and searched literally in ascending order
     }
 }
 
-TEST_CASE("the row limit is clamped and long names are cut") {
-    const TestDatabase database(L"limits", {L"CREATE TABLE Accounts (Name nvarchar(400))"});
-    std::wstring rows = L"INSERT INTO Accounts (Name) VALUES (N'" + std::wstring(300, L'长') + L"')";
-    for (int i = 0; i < 600; ++i) rows += L", (N'user" + std::to_wstring(1000 + i) + L"')";
-    database.Run({rows});
-    for (const auto& [limit, rowsFound] : {std::pair(0, 1), std::pair(3, 3), std::pair(1000, 500)}) {
-        const std::wstring found = Found(database, L"user", Manual(L"dbo.Accounts", L"Name", limit));
-        CHECK(found.starts_with(L".dbo.Accounts.Name user1000"));
-        CHECK(std::count(found.begin(), found.end(), L' ') == rowsFound);
-    }
-    // NVARCHAR(128) cuts before the buffer does.
-    CHECK(Found(database, L"长长", Manual(L"Accounts", L"Name")) ==
-          L".Accounts.Name " + std::wstring(128, L'长'));
-}
-
 TEST_CASE("detection prefers the best-scored column that holds the keyword") {
     const TestDatabase database(L"ranking",
                                 {L"CREATE TABLE t (Password varchar(9), Email varchar(9), id int)"});
@@ -83,51 +68,80 @@ TEST_CASE("detection prefers the best-scored column that holds the keyword") {
     CHECK(Found(database, L"ain", Manual(L"TBL_ACCOUNT", L"自动")) == L"dbo.TBL_ACCOUNT.FLD_ACCOUNT main");
 }
 
-TEST_CASE("low scores share a budget of 150 probes") {
+TEST_CASE("a search scans probes and reads on one connection") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const TestDatabase database(
+        L"asked",
+        {L"CREATE TABLE t_user (nick text, name nvarchar(9), id int, code char(9))", L"CREATE SCHEMA game",
+         L"CREATE TABLE game.account (b ntext, a nchar(9), n int, c varchar(9))",
+         L"INSERT INTO t_user (code) VALUES ('same')"});
+    const auto reads = [](const std::wstring& sql) {
+        return L"prepare " + sql + L"\nexecute " + sql + L"\n";
+    };
+    std::wstring columns, probes;
+    for (const AccountSource& source : ScanAccountCandidates(database.Open().Connection())) {
+        columns += source.table + L"." + source.column + L" ";
+        probes += reads(ProbeAccountSql(QualifiedAccountTable(source), L"[" + source.column + L"]"));
+    }
+    CHECK(columns == L"account.b account.a account.c t_user.name t_user.nick t_user.code ");
+    const std::wstring opened = L" for SQL Server 5\nconnect " + database.Name() + L"\n",
+                       closed = L"disconnect 0\n";
+    CHECK(ToldBy([&] { Found(database, L"am", Manual(L"t_user", L"code", 7)); }) ==
+          L"attempt ODBC Driver 18" + opened + reads(SearchAccountsSql(L"[t_user]", L"[code]", 7)) + closed);
+    QuerySettings automatic = Manual(L"", L"", 7);
+    automatic.driver = L"ODBC Driver 17 for SQL Server";
+    std::wstring told = ToldBy([&] { Found(database, L"am", automatic); });
+    const size_t scan = told.find(L"execute "), probe = told.find(L"prepare ");
+    CHECK(told.find(L"AND TABLE_SCHEMA NOT IN (N'sys',N'INFORMATION_SCHEMA')") < probe);
+    CHECK(told.erase(scan, probe - scan) == L"attempt ODBC Driver 17" + opened + probes +
+                                                reads(SearchAccountsSql(L"[dbo].[t_user]", L"[code]", 7)) +
+                                                closed);
+}
+
+TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))",
                                             L"CREATE TABLE plain (" + ManyColumns(160) + L")",
-                                            L"INSERT INTO plain (c0, c149) VALUES ('first', 'beyond')"});
-    const Trace trace;
-    CHECK(Found(database, L"beyond").starts_with(L"dbo.t_user.u1"));
-    const std::vector<std::wstring> events = trace.Events();
-    CHECK(std::count_if(events.begin(), events.end(), [](const std::wstring& event) {
-              return event.starts_with(L"prepare SELECT TOP (1)");
-          }) == 150);  // the two of t_user and 148 of plain: c0 to c147
+                                            L"INSERT INTO plain (c147, c148) VALUES ('last', 'beyond')"});
+    const auto probes = [&](const wchar_t* keyword, const wchar_t* found) {
+        const Trace trace;
+        CHECK(Found(database, keyword).starts_with(found));
+        return std::ranges::count_if(trace.Events(), [](const std::wstring& event) {
+            return event.starts_with(L"prepare SELECT TOP (1)");
+        });
+    };
+    CHECK(probes(L"last", L"dbo.plain.c147 last") == 150);
+    CHECK(probes(L"beyond", L"dbo.t_user.u1") == 150);  // a score of 80 is trusted
+    // A table whose columns score exactly 20.
+    database.Run({L"CREATE TABLE accountlog (" + ManyColumns(160) + L")",
+                  L"INSERT INTO accountlog (c159) VALUES ('beyond')"});
+    CHECK(probes(L"beyond", L"dbo.accountlog.c159 beyond") == 162);
 }
 
 TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"probes", {L"CREATE TABLE account (account varchar(9), login varchar(9))",
-                                            L"INSERT INTO account (account, login) VALUES ('same', 'same')"});
-    const std::wstring kFirst = L"dbo.account.account same", kSecond = L"dbo.account.login same";
+                                            L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
+                                            L"('sane', NULL)"});
+    const std::wstring kFirst = L"dbo.account.account same sane", kSecond = L"dbo.account.login same";
     struct Row {
         std::string fault;
         std::wstring found;
     };
     for (const Row& row :
          {Row{"statement\t2", kSecond}, Row{"prepare\t1", kSecond}, Row{"bind\t1", kSecond},
-          Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t5", kFirst},
+          Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t6", kFirst},
           Row{"statement\t1", L"ODBC statement failed"}, Row{"statement\t3", L"ODBC statement failed"},
           Row{"execute\t1", L"HY000: 断开"}, Row{"prepare\t2", L"HY000: 断开"},
+          Row{"bind\t2", L"HY000: 断开"}, Row{"execute\t3", L"HY000: 断开"},
           Row{"die\tfetch\t2", L"HY000: 断开"}, Row{"die\tfetch\t5", L"HY000: 断开"}}) {
         CAPTURE(row.fault);
         {
             const Faults faults(row.fault + "\tHY000\t1\t断开\n");
-            CHECK(Found(database, L"same") == row.found);
+            CHECK(Found(database, L"sa") == row.found);
         }
         CHECK(LiveHandles() == 0);
     }
-}
-
-TEST_CASE("a thousand searches leave memory flat and no handle") {
-    const TestDatabase database(L"thousand", {L"CREATE TABLE account (account varchar(9))",
-                                              L"INSERT INTO account (account) VALUES ('same')"});
-    size_t bytes = 0;
-    for (int i = 0; i < 1'100; ++i) {
-        REQUIRE(Found(database, L"am") == L"dbo.account.account same");
-        if (i == 100) bytes = PrivateBytes(GetCurrentProcessId());  // what is made once and kept
-    }
-    CHECK(PrivateBytes(GetCurrentProcessId()) < bytes + 256 * 1024);
-    if (CanInjectFaults()) CHECK(LiveHandles() == 0);
+    const Faults faults("fetch\t2\tHY000\t1\tx\n");
+    CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 2);  // no row twice
 }

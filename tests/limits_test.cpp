@@ -20,12 +20,11 @@ TEST_CASE("a text that does not fit is cut at the edge of its buffer and never r
         // A driver may leave out a character that would be cut in half.
         const size_t units = row.Text(0).size();
         CHECK((units == std::min<size_t>(value.size(), 255) || (before == 254 && units == 254)));
-        CHECK(value.starts_with(row.Text(0)));
-        CHECK(row.Text(1) == L"1");
+        CHECK((value.starts_with(row.Text(0)) && row.Text(1) == L"1"));
     }
 }
 
-TEST_CASE("names of 128 characters are found and named in statements") {
+TEST_CASE("names of 128 characters and thousands of databases and columns are listed") {
     const std::wstring table(128, L'表'), column = L"account_userid" + std::wstring(114, L'列');
     const size_t prefix = TestDatabase(L"").Name().size();
     const TestDatabase database(std::wstring(128 - prefix, L'x'),
@@ -35,29 +34,21 @@ TEST_CASE("names of 128 characters are found and named in statements") {
     const AccountSource source = DetectAccountSource(session.Connection(), L"00", {});
     CHECK(source.table + source.column == table + column);
     CHECK(CountRoleIdHits(session.Connection(), database.Name(), L"1001").at(0).column == column);
-}
-
-TEST_CASE("a thousand databases and five thousand columns are listed") {
-    const TestDatabase first(L"0", {L"CREATE TABLE TBL_CHARACTER (FLD_USERID varchar(50))",
-                                    L"INSERT INTO TBL_CHARACTER (FLD_USERID) VALUES ('900000')"});
-    const OdbcSession session = first.Open();
+    for (const std::wstring name : {L"a", L"b", L"c", L"d", L"account"})
+        RunSql(session, {L"CREATE TABLE " + name + L" (" + ManyColumns(1000) + L")"});
+    const auto candidates = ScanAccountCandidates(session.Connection());
+    REQUIRE(candidates.size() == 5001);
+    CHECK(candidates[0].column + candidates[1000].column + candidates[5000].table + candidates[5000].column ==
+          L"c0" + column + L"dc999");
     const int count = CanInjectFaults() ? 1000 : 20;  // a real server takes seconds for each
     const auto onAll = [&](const std::wstring& statement) {
-        for (int i = 1; i < count; ++i) RunSql(session, {statement + first.Name() + std::to_wstring(i)});
+        for (int i = 1; i < count; ++i)
+            RunSql(session, {statement + L"merge_test_many" + std::to_wstring(i)});
     };
     onAll(L"CREATE DATABASE ");
     const size_t listed = ListDatabases(session.Connection()).size();
     onAll(L"DROP DATABASE ");
     CHECK(listed >= static_cast<size_t>(count));
-    CHECK(NextRoleIdAfterMax(session.Connection(), std::vector(listed, first.Name())) == L"900001");
-    for (const std::wstring table : {L"a", L"b", L"c", L"d", L"account"}) {
-        RunSql(session, {L"CREATE TABLE " + table + L" (" + ManyColumns(1000) + L")"});
-    }
-    const auto candidates = ScanAccountCandidates(session.Connection());
-    REQUIRE(candidates.size() == 5001);
-    CHECK(candidates[0].column == L"FLD_USERID");
-    CHECK(candidates[1].table + candidates[1].column == L"accountc0");
-    CHECK(candidates[5000].table + candidates[5000].column == L"dc999");
 }
 
 TEST_CASE("every loop over rows ends with the words of a connection that died or a cursor that went") {
@@ -74,16 +65,16 @@ TEST_CASE("every loop over rows ends with the words of a connection that died or
         [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); },
     };
     for (const auto& loop : loops) {
-        for (const std::string fault :
-             {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000", "fetch\t2+\tHY010"}) {
+        for (const std::string fault : {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000",
+                                        "fetch\t2+\tHY010", "fetch\t2\tHY000"}) {
+            // One row alone may be missing among candidates for accounts.
+            if (fault.ends_with("HY000") && &loop == loops) continue;
             CAPTURE(&loop - loops);
             CAPTURE(fault);
-            {
-                const OdbcSession session = Connect(b);
-                const Faults faults(fault + "\t1\t断开\n");
-                CHECK(ErrorOf([&] { loop(session.Connection()); }).ends_with(L": 断开"));
-            }
-            CHECK(LiveHandles() == 0);
+            const OdbcSession session = Connect(b);
+            const Faults faults(fault + "\t1\t断开\n");
+            CHECK(ErrorOf([&] { loop(session.Connection()); }).ends_with(L": 断开"));
+            CHECK(LiveHandles() == 2);  // the session's own
         }
     }
 }

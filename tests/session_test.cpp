@@ -4,42 +4,67 @@
 #include "tests/support/test_database.h"
 #include "tests/support/wide_text.h"
 
-static std::wstring AccountSideError(const std::wstring& driver) {
+// The calls that end handles go through these functions of ours: a disconnection of a handle that is not
+// connected ends in the driver manager, so nothing but its caller can show it.
+static std::string ended;  // "d" for a disconnection, the type of a freed handle
+template <class Function>
+static Function Real(const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"odbc32.dll"), name)));
+}
+extern "C" SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
+    ended += std::to_string(type);
+    return Real<decltype(&SQLFreeHandle)>("SQLFreeHandle")(type, handle);
+}
+extern "C" SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
+    ended += "d";
+    return Real<decltype(&SQLDisconnect)>("SQLDisconnect")(connection);
+}
+
+// What connecting asks the driver for on either side, and the error.
+static std::wstring Connecting(std::wstring& error) {
+    return ended.clear(), ToldBy([&] { error = ErrorOf([] { Connect(L""); }); });
+}
+static std::wstring Connecting(std::wstring& error, const wchar_t* driver) {
     DbConnectionSettings settings = SettingsFor(L"master");
     settings.driver = driver;
-    return ErrorOf([&] { OdbcSession().ConnectAccountSide(settings); });
+    return ended.clear(),
+           ToldBy([&] { error = ErrorOf([&] { OdbcSession().ConnectAccountSide(settings); }); });
 }
 
 TEST_CASE("every driver is tried in order and the last one's diagnostics are the message") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
+    const std::wstring first = L"attempt ODBC Driver 18 for SQL Server",
+                       second = L"attempt ODBC Driver 17 for SQL Server",
+                       third = L"attempt SQL Server Native Client 11.0", last = L"attempt SQL Server";
+    const auto all = [&](const wchar_t* end) {
+        return first + end + second + end + third + end + last + end;
+    };
+    const std::wstring connected = L"connect master\ndisconnect 0\n";
+    std::wstring error;
     {
-        const Faults all("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
-        CHECK(ErrorOf([] { Connect(L"master"); }) ==
-              L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时");
-        CHECK(AccountSideError(L"") == L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时");
+        const Faults none("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
+        CHECK(Connecting(error) == all(L" 10\n"));
+        CHECK(error == L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时");
+        CHECK(ended == "ddddd21");  // after every attempt, and at the end
+        CHECK(Connecting(error, L" ODBC Driver 17 for SQL Server ") == second + L" 5\n" + all(L" 5\n"));
+        CHECK(error == L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时");
+        CHECK(ended == "d21");  // at the end alone
+        CHECK(Connecting(error, L" ") == all(L" 5\n"));
     }
-    // A configured driver is tried first and once more in its place.
-    std::string lines;
-    for (const char* call : {"1", "2", "3", "4", "5"}) {
-        lines += std::string("connect\t") + call + "\t08001\t1\t" + call + "\n";
-        const Faults faults(lines);
-        CHECK(AccountSideError(L" ODBC Driver 17 for SQL Server ") ==
-              (*call == '5' ? L"SQL Server 连接失败：08001: 5" : L"(nothing)"));
-    }
-}
-
-TEST_CASE("a wrong password fails with the server's words") {
+    const Faults two("connect\t1\t08001\t1\tx\nconnect\t2\t08001\t1\tx\n");
+    CHECK(Connecting(error) == first + L" 10\n" + second + L" 10\n" + third + L" 10\n" + connected);
+    CHECK(Connecting(error, L"") == first + L" 5\n" + connected);
+    CHECK(Connecting(error, L"SQL Server") == last + L" 5\n" + connected);
+    CHECK(error + Utf8ToWide(ended) == L"(nothing)d21");
+    CHECK(LiveHandles() == 0);
     DbConnectionSettings wrong = SettingsFor(L"master");
     wrong.password += L"x";
     OdbcSession session;
-    const std::wstring error = ErrorOf([&] { session.Connect(wrong); });
-    CHECK(error.starts_with(L"SQL Server 连接失败：SQL Server："));
-    CHECK(error.find(wrong.password) == std::wstring::npos);
-    CHECK(session.Connection() == SQL_NULL_HANDLE);
-    session.Connect(SettingsFor(L""));  // usable again
-    session.Connect(SettingsFor(L""));
-    CHECK(QueryText(session, L"SELECT DB_NAME()") == L"master");
-    if (CanInjectFaults()) CHECK(error.find(L"28000: ") != error.npos);
+    CHECK(ErrorOf([&] { session.Connect(wrong); }).find(L"28000: ") != std::wstring::npos);
+    CHECK(LiveHandles() == 0);
+    for (int i = 0; i < 2; ++i) session.Connect(SettingsFor(L"master"));
+    CHECK(LiveHandles() == 2);
 }
 
 TEST_CASE("six diagnostic records are told and long ones cut and none at all has a text of its own") {
@@ -54,20 +79,21 @@ TEST_CASE("six diagnostic records are told and long ones cut and none at all has
     CHECK(told(seven) == L"HY000: 一 | HY000: 二 | HY000: 三 | HY000: 四 | HY000: 五 | HY000: 六");
     CHECK(told("execute\t1\t-") == L"ODBC 未返回详细错误");
     CHECK(told("execute\t1\tHY000\t1\t" + std::string(3000, 'x')) == L"HY000: " + std::wstring(1023, L'x'));
+    CHECK(told("statement\t1\tHY000\t1\tx") == L"ODBC 语句句柄初始化失败");
 }
 
 TEST_CASE("one number is read from a query") {
     const TestDatabase database(L"number", {L"CREATE TABLE t (n int, big varchar(50))"});
     const OdbcSession session = database.Open();
     const auto number = [&](const wchar_t* sql) { return QueryInt64(session.Connection(), sql); };
-    CHECK(number(L"SELECT MAX(n) FROM t") == 0);
+    const wchar_t largest[] = L"SELECT MAX(CONVERT(DECIMAL(38,0), big)) FROM t";
+    CHECK(number(largest) == 0);
     CHECK(number(L"SELECT n FROM t") == 0);
     RunSql(session, {L"INSERT INTO t (n, big) VALUES (7, '9223372036854775807')"});
     CHECK(number(L"SELECT n FROM t") == 7);
-    CHECK(number(L"SELECT MAX(CONVERT(DECIMAL(38,0), big)) FROM t") == INT64_MAX);
+    CHECK(number(largest) == INT64_MAX);
     RunSql(session, {L"INSERT INTO t (n, big) VALUES (8, '9223372036854775808')"});
-    CHECK(
-        ErrorOf([&] { number(L"SELECT MAX(CONVERT(DECIMAL(38,0), big)) FROM t"); }).starts_with(L"22003: "));
+    CHECK(ErrorOf([&] { number(largest); }).starts_with(L"22003: "));
     CHECK(ErrorOf([&] { number(L"SELECT n FROM nowhere"); }).starts_with(L"42S02: "));
     // An update without a row is a failure.
     CHECK(ErrorOf([&] { ExecuteDirect(session.Connection(), L"UPDATE t SET n = 2 WHERE n = 1", false); }) ==
@@ -76,32 +102,45 @@ TEST_CASE("one number is read from a query") {
 
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
     const TestDatabase database(L"transaction", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (1)"});
-    const auto set = [](const OdbcSession& session, const wchar_t* value) {
-        ExecuteDirect(session.Connection(), std::wstring(L"UPDATE t SET n = ") + value, false);
+    const std::wstring begins = L"manual \nexecute UPDATE t SET n = 2\n";
+    // The driver has failed to roll back: the server's own statement does.
+    const std::wstring byStatement = L"execute IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\nauto \n";
+    const std::string cannotEnd = "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n";
+    struct Row {
+        std::string faults;
+        bool fails;  // the work itself
+        std::wstring end, error = L"SQL 事务提交失败";
     };
-    const auto stored = [&] { return QueryText(database.Open(), L"SELECT n FROM t"); };
-    const auto fail = [](auto&&...) { throw std::out_of_range("any"); };
-    {
-        const OdbcSession session = database.Open();
-        CHECK_THROWS_AS(RunInTransaction(session.Connection(), {}, [&] { fail((set(session, L"3"), 0)); }),
-                        std::out_of_range);
-        CHECK(stored() == L"1");
-        set(session, L"4");  // automatic commit is on again
-        CHECK(stored() == L"4");
-        RunInTransaction(session.Connection(), {}, [&] { set(session, L"1"); });
-    }
-    if (!CanInjectFaults()) return;
-    // When nothing can roll back, automatic commit stays off: switching it on would commit.
-    for (const char* faults :
-         {"commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n",
-          "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\nexecute\t2\tHY000\t1\tx\n"}) {
+    for (const Row& row :
+         {Row{"", false, L"commit \nauto \n", L"(nothing)"}, Row{"", true, L"rollback \nauto \n", L"any"},
+          Row{"commit\t1\tHY000\t1\tx\n", false, L"rollback \nauto \n"}, Row{cannotEnd, false, byStatement},
+          // When nothing can roll back, automatic commit stays off: switching it on would commit.
+          Row{cannotEnd + "execute\t2\tHY000\t1\tx\n", false, L""},
+          Row{cannotEnd + "statement\t2\tHY000\t1\tx\n", false, L""}}) {
+        CAPTURE(row.faults);
+        if (!CanInjectFaults() && !row.faults.empty()) continue;
+        std::wstring error;
         {
             const OdbcSession session = database.Open();
-            const Faults injected(faults);
-            CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, [&] { set(session, L"2"); }); }) ==
-                  L"SQL 事务提交失败");
+            const auto work = [&] {
+                ExecuteDirect(session.Connection(), L"UPDATE t SET n = 2", false);
+                if (row.fails) throw RuntimeError("any");
+            };
+            const auto run = [&] {
+                error = ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); });
+            };
+            if (CanInjectFaults()) {
+                const Faults faults(row.faults);
+                CHECK(ToldBy(run) == begins + row.end);
+            } else {
+                run();
+            }
+            if (!row.end.empty()) RunSql(session, {L"UPDATE t SET n = n + 2"});  // commits by itself again
         }
-        CHECK(stored() == L"1");
-        CHECK(LiveHandles() == 0);
+        CHECK(error == row.error);
+        CHECK(QueryText(database.Open(), L"SELECT n FROM t") == (row.end.empty()         ? L"1"
+                                                                 : error == L"(nothing)" ? L"4"
+                                                                                         : L"3"));
+        database.Run({L"UPDATE t SET n = 1"});
     }
 }

@@ -62,19 +62,21 @@ struct RepairDesk {
     HWND Child(int id) const { return desk::Child(window, id); }
     std::wstring Text(int id) const { return desk::Text(Child(id)); }
     std::wstring Status() const { return Text(kRepairStatus); }
-    void Press(int id) const { desk::Press(Child(id)); }
+    /// Both empty the status line first: a text that is waited for must be a new one.
+    void Press(int id) const { desk::SetText(Child(kRepairStatus), L""), desk::Press(Child(id)); }
     desk::MessageBoxView PressForBox(int id) const {
+        desk::SetText(Child(kRepairStatus), L"");
         return desk::PressWithoutWaiting(Child(id)), desk::WaitForMessageBox(window);
     }
     void WaitForStatus(const std::wstring& status) const {
         desk::WaitUntil(WideToUtf8(status), [&] { return Status() == status; });
     }
-    /// How many of the four action buttons can be pressed.
-    int Enabled() const {
-        int enabled = 0;
+    /// The action buttons that cannot be pressed: "3007 3011 3013 3016 " at most. Asks nobody.
+    std::string Off() const {
+        std::string off;
         for (const int id : {kDetectButton, kAnalyzeButton, kRepairButton, kRepairAllButton})
-            enabled += desk::IsEnabled(Child(id));
-        return enabled;
+            if (!desk::IsEnabled(Child(id))) off += std::to_string(id) + " ";
+        return off;
     }
     void Detect() const {
         desk::SetText(Child(kDatabaseBEdit), zones.B());

@@ -1,7 +1,5 @@
 #include "tests/support/merge_fixture.h"
 
-#include "text/text.h"
-
 namespace {
 
 constexpr std::wstring_view kMainTables =
@@ -47,27 +45,7 @@ constexpr std::wstring_view kRowsOfThird =
     LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
     (1, '100234', N'最大', N'max', 3))";
 
-void AddExpected(const Content& before, const std::vector<RelatedField>& fields, const std::wstring& oldId,
-                 const std::wstring& newId, Content& expected) {
-    for (const RelatedField& field : fields) {
-        const std::wstring column = L"[" + field.schema + L"].[" + field.table + L"]." + field.column + L" ";
-        for (const auto& [cell, value] : before) {
-            if (!cell.starts_with(column) || !EqualsNoCase(Trim(value), oldId)) continue;
-            std::wstring& wanted = expected[cell] = newId;
-            if (field.dataType == L"char" || field.dataType == L"nchar") wanted.resize(value.size(), L' ');
-        }
-    }
-}
-
 }  // namespace
-
-Content BatchPlan::ExpectedChange(const Content& before) const {
-    Content expected;
-    for (const auto& plan : roles) AddExpected(before, plan.fields, plan.role.userId, plan.newId, expected);
-    for (const auto& plan : guilds)
-        AddExpected(before, plan.fields, plan.guild.guildId, plan.newId, expected);
-    return expected;
-}
 
 MergeFixture::MergeFixture()
     : a_(L"A", {kMainTables, kRowsOfA}),

@@ -16,9 +16,6 @@ struct AllContents {
 struct BatchPlan {
     std::vector<RoleRepairPlan> roles;
     std::vector<GuildRepairPlan> guilds;
-
-    /// What the plan must make of a content: exactly the cells that change, with their new values.
-    Content ExpectedChange(const Content& before) const;
 };
 
 /// Two zones to be merged and a third one. Characters 0012, 1001 and 1002 and the guilds {A'1} and {BBBB} (in

@@ -13,9 +13,8 @@
 namespace {
 
 std::wstring Environment(const wchar_t* name) {
-    std::wstring value(32767, L'\0');
-    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-    return value;
+    const wchar_t* value = _wgetenv(name);
+    return value ? value : L"";
 }
 
 // The driver's own paths are the host's; Wine shows the host's root as drive Z.
@@ -146,7 +145,7 @@ Content Difference(const Content& before, const Content& after) {
 
 std::vector<std::wstring> Trace::Events() const {
     std::vector<std::wstring> events;
-    std::istringstream lines(ReadWholeFile(path_.wstring()));
+    std::istringstream lines(ReadWholeFile(path.wstring()));
     for (std::string line; std::getline(lines, line);) {
         // process, connection, event, text
         line.erase(0, line.find('\t', line.find('\t') + 1) + 1);
@@ -154,6 +153,12 @@ std::vector<std::wstring> Trace::Events() const {
         events.push_back(Utf8ToWide(line));
     }
     return events;
+}
+
+std::wstring Trace::Told() const {
+    std::wstring told;
+    for (const std::wstring& event : Events()) told += event + L"\n";
+    return told;
 }
 
 int LiveHandles() {

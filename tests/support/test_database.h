@@ -10,20 +10,17 @@
 
 #include "db/odbc_session.h"
 
-/// The server behind the database tests. MERGE_TEST_SQL_SERVER, _PORT, _USER and _PASSWORD name a real SQL
-/// Server, on which everything but the injected faults runs; without them every test process has a stand-in
-/// of its own.
+/// The server behind the database tests: the real SQL Server that MERGE_TEST_SQL_SERVER, _PORT, _USER and
+/// _PASSWORD name, otherwise a stand-in of this test process alone.
 struct TestServer {
     std::wstring host;
     int port = 1433;
-    std::wstring user;
-    std::wstring password;
+    std::wstring user, password;
     std::wstring folder;  // of the stand-in; empty for a real server
 };
 const TestServer& Server();
 
-/// True when faults can be asked of the driver; a case that needs them says so, and the runner counts it as
-/// skipped.
+/// Faults and traces are the stand-in's; a case that needs them says so, and the runner counts it as skipped.
 inline bool CanInjectFaults() {
     return !Server().folder.empty();
 }
@@ -61,8 +58,7 @@ private:
     std::wstring name_;
 };
 
-/// A database cell by cell: "[schema].[table].column row" with its value; the tables' column "n" tells rows
-/// apart.
+/// A database cell by cell: "[schema].[table].column row" with its value; the column "n" tells rows apart.
 using Content = std::map<std::wstring, std::wstring>;
 Content ContentOf(const std::wstring& database);
 
@@ -70,17 +66,15 @@ Content ContentOf(const std::wstring& database);
 Content Difference(const Content& before, const Content& after);
 
 /// A file for the stand-in, gone at the end of its scope.
-class ServerFile {
-public:
-    ServerFile(const wchar_t* name, std::string_view bytes) : path_(Server().folder + L"\\" + name) {
-        std::ofstream(path_, std::ios::binary) << bytes;
+struct ServerFile {
+    ServerFile(const wchar_t* name, std::string_view bytes) : path(Server().folder + L"\\" + name) {
+        std::ofstream(path, std::ios::binary) << bytes;
     }
-    ~ServerFile() { std::filesystem::remove(path_); }
+    ~ServerFile() { std::filesystem::remove(path); }
     ServerFile(const ServerFile&) = delete;
     ServerFile& operator=(const ServerFile&) = delete;
 
-protected:
-    std::filesystem::path path_;
+    const std::filesystem::path path;
 };
 
 /// Asks the driver for faults; see the stand-in's own description for the lines.
@@ -92,7 +86,20 @@ struct Faults : ServerFile {
 struct Trace : ServerFile {
     Trace() : ServerFile(L"trace.txt", {}) {}
     std::vector<std::wstring> Events() const;
+    std::wstring Told() const;  // the same as one text, a line for each
 };
+
+/// What the driver is asked to do by an action, as Trace tells it.
+template <class Action>
+std::vector<std::wstring> EventsOf(Action action) {
+    const Trace trace;
+    return action(), trace.Events();
+}
+template <class Action>
+std::wstring ToldBy(Action action) {
+    const Trace trace;
+    return action(), trace.Told();
+}
 
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.

@@ -1,0 +1,51 @@
+#include "demo/desk_driver.h"
+
+#include <array>
+
+namespace desk {
+
+std::wstring ShownText(HWND control) {
+    std::array<wchar_t, 1024> text{};
+    const int length = InternalGetWindowText(control, text.data(), static_cast<int>(text.size()));
+    return std::wstring(text.data(), static_cast<std::size_t>(length));
+}
+
+HCURSOR Cursor() {
+    CURSORINFO info{};
+    info.cbSize = sizeof info;
+    if (!GetCursorInfo(&info)) throw DeskError("no mouse pointer");
+    return info.hCursor;
+}
+
+std::string Pixels(HWND window) {
+    const RECT place = ScreenRect(window);
+    const int width = place.right - place.left, height = place.bottom - place.top;
+    std::string pixels(static_cast<std::size_t>(width * height) * sizeof(RGBQUAD), '\0');
+    BITMAPINFO format{};
+    format.bmiHeader = {sizeof format.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    const HDC screen = GetDC(nullptr), memory = CreateCompatibleDC(screen);
+    const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+    const HGDIOBJ before = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, width, height, screen, place.left, place.top, SRCCOPY);
+    SelectObject(memory, before);
+    const int lines =
+        GetDIBits(screen, bitmap, 0, static_cast<UINT>(height), pixels.data(), &format, DIB_RGB_COLORS);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    ReleaseDC(nullptr, screen);
+    if (lines != height) throw DeskError("no picture of a window");
+    return pixels;
+}
+
+bool LooksYellow(HWND window) {
+    const std::string pixels = Pixels(window);
+    int yellow = 0;
+    for (std::size_t at = 0; at < pixels.size(); at += sizeof(RGBQUAD)) {
+        const auto blue = static_cast<unsigned char>(pixels[at]),
+                   red = static_cast<unsigned char>(pixels[at + 2]);
+        yellow += red - blue;
+    }
+    return yellow > 0;
+}
+
+}  // namespace desk
