@@ -280,15 +280,15 @@ TEST_CASE("what the server refuses inside a repair reaches the status line and c
     const OdbcSession b = Connect(story.zones.B());
     int number = 0;
     // A column too short for the new ID, and one that holds each ID only once.
-    for (const auto& [button, column, rows, status] :
-         {std::tuple(kRepairAllButton, L"sGuildID nvarchar(20)", L"(1, N'{BBBB}')",
+    for (const auto& [button, column, type, rows, status] :
+         {std::tuple(kRepairAllButton, L"sGuildID", L" nvarchar(20)", L"(1, N'{BBBB}')",
                      L"批量修复失败，已尝试回滚：22001: "),
-          {kRepairButton, L"UserID varchar(4)", L"(1, '1001')", L"修复失败，已尝试回滚：22001: "},
-          {kRepairButton, L"UserID varchar(9) NOT NULL PRIMARY KEY", L"(1, '1001'), (2, '200001')",
+          {kRepairButton, L"UserID", L" varchar(4)", L"(1, '1001')", L"修复失败，已尝试回滚：22001: "},
+          {kRepairButton, L"UserID", L" varchar(9) NOT NULL PRIMARY KEY", L"(1, '1001'), (2, '200001')",
            L"修复失败，已尝试回滚：23000: "}}) {
         const std::wstring table = L"TBL_STRICT" + std::to_wstring(++number), expected = status;
-        RunSql(b, {L"CREATE TABLE " + table + L" (n int, " + column + L")",
-                   L"INSERT INTO " + table + L" VALUES " + rows});
+        RunSql(b, {L"CREATE TABLE " + table + L" (n int, " + column + type + L")",
+                   L"INSERT INTO " + table + L" (n, " + column + L") VALUES " + rows});
         const AllContents before = story.zones.Contents();
         story.Detect();
         desk::SelectListRow(story.Child(kRoleList), 1);
