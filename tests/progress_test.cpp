@@ -42,11 +42,10 @@ TEST_CASE("planning counts IDs and a repair counts exactly the statements that i
 
 TEST_CASE("an observer that throws is left out and the repair goes on") {
     const MergeFixture zones;
-    const AllContents before = zones.Contents();
     const BatchPlan plan = zones.Plan();
     int calls = 0;
     const ProgressObserver throwing = [&](size_t, size_t) { throw ++calls; };
     RepairAllDuplicates(Connect(zones.B()).Connection(), zones.B(), plan.roles, plan.guilds, throwing);
     CHECK(calls == 1);
-    CHECK(Difference(before.b, zones.Contents().b) == plan.ExpectedChange(before.b));
+    CHECK((zones.Roles().empty() && zones.Guilds().empty()));
 }
