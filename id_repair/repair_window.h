@@ -56,6 +56,6 @@ private:
     void ShowFailure(const wchar_t* prefix, const std::function<void()>& action);
 
     std::unique_ptr<RepairWindowParams> params_;
-    std::vector<DuplicateRole> duplicateRoles_;  // row i of the list is element i
+    DuplicateRoles duplicateRoles_;  // row i of the list is element i
     std::vector<DuplicateGuild> duplicateGuilds_;
 };
