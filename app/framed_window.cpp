@@ -157,6 +157,7 @@ LRESULT FramedWindow::OnColourLabel(HDC dc, HWND control) {
 void FramedWindow::OnWindowCreated() {
     fonts_.Create();
     OnCreate();
+    placedFor_ = ClientSize();
     status_.Attach(handle_, Control(statusControl_));
     OnCreated();
 }
@@ -175,10 +176,13 @@ void FramedWindow::OnNotification(const NMHDR& header) {
 void FramedWindow::OnSize(WPARAM kind) {
     if (kind == SIZE_MINIMIZED) return;  // nothing to see, and the client area is empty
     const SIZE client = ClientSize();
-    Layout(client.cx, client.cy);
-    status_.OnMoved();
-    // With the children: one that was moved brings its old pixels along, and with them what a sibling that was
-    // moved before it has drawn there.
+    if (client.cx != placedFor_.cx || client.cy != placedFor_.cy) {
+        placedFor_ = client;
+        Layout(client.cx, client.cy);
+        status_.OnMoved();
+    }
+    // With the children: one that was moved brings its old pixels along, and with them what a sibling that
+    // was moved before it has drawn there.
     RedrawWindow(handle_, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN);
 }
 

@@ -35,9 +35,9 @@ protected:
     FramedWindow(const FrameStyle& style, int statusControl) noexcept
         : style_(style), statusControl_(statusControl) {}
 
-    /// Creates the children; the fonts exist already.
+    /// Creates the children in their places for ClientSize(); the fonts exist already.
     virtual void OnCreate() = 0;
-    /// Places the children again, in a client area of `width` by `height` pixels.
+    /// Places the children again, in a client area that is now `width` by `height` pixels.
     virtual void Layout(int width, int height) = 0;
     /// A child's notification; false leaves it to the system.
     virtual bool OnCommand(int controlId) = 0;
@@ -68,6 +68,7 @@ private:
     HWND handle_ = nullptr;
     const FrameStyle style_;
     const int statusControl_;
+    SIZE placedFor_ = {};  // the client area that the children are in their places for
     FrameFonts fonts_;
     StatusLine status_;
 };
