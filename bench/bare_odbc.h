@@ -1,30 +1,40 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
 
-// A conversation with a server without the tool: the same calls of the same statements, nothing kept.
+#include "db/odbc_handles.h"
 
-/// One step of a conversation.
-struct BareStep {
-    enum class Kind { Connect, Disconnect, Direct, Prepared, Manual, Automatic, Commit };
-    /// What is fetched: nothing, one row without looking at it, one number, every row's texts.
-    enum class Rows { None, One, Number, Texts };
+/// A connection without the tool, ended with its owner.
+struct BareConnection {
+    explicit BareConnection(const std::wstring& connectionString);
+    ~BareConnection() { SQLDisconnect(connection.Get()); }
+    BareConnection(const BareConnection&) = delete;
+    BareConnection& operator=(const BareConnection&) = delete;
 
-    Kind kind;
-    std::wstring text;  // the statement, or the connection string
-    Rows rows = Rows::None;
-    size_t columns = 0;
+    OdbcEnvironment environment;
+    OdbcConnection connection;
 };
 
-/// Makes steps of recorded events: "event text" as the stand-in's trace tells them.
-/// @param connectionString  gives the connection string for a database's name.
-std::vector<BareStep> StepsOf(const std::vector<std::wstring>& events,
-                              const std::function<std::wstring(const std::wstring&)>& connectionString);
+/// A conversation with a server without the tool: the same calls of the same statements, nothing kept.
+class BareConversation {
+public:
+    /// @param events  "event text" as the stand-in's trace tells them; a connection's text is its database.
+    /// @param connectionString  gives the connection string for a database's name.
+    /// @param pattern  the one parameter of every prepared statement.
+    BareConversation(const std::vector<std::wstring>& events,
+                     const std::function<std::wstring(const std::wstring&)>& connectionString,
+                     const std::wstring& pattern = {});
 
-/// Goes through the steps once more.
-/// @param pattern  the one parameter of every prepared statement.
-/// @return the number of rows fetched.
-/// @throws RuntimeError when a call fails.
-size_t Replay(const std::vector<BareStep>& steps, const std::wstring& pattern = {});
+    size_t Calls() const noexcept { return calls_.size(); }
+
+    /// Goes through it once more.
+    /// @throws RuntimeError when a call fails.
+    void Replay() const;
+
+private:
+    using Connections = std::deque<BareConnection>;
+    std::vector<std::function<void(Connections&)>> calls_;
+};

@@ -1,7 +1,7 @@
-#include "bench/counted_new.h"
-
 #include <cstdlib>
 #include <new>
+
+#include "bench/measure.h"
 
 namespace {
 
@@ -9,8 +9,10 @@ Allocations total;
 
 }  // namespace
 
-Allocations AllocationsSoFar() noexcept {
-    return total;
+Allocations AllocationsOf(const std::function<void()>& action) {
+    const Allocations before = total;
+    action();
+    return {total.calls - before.calls, total.bytes - before.bytes};
 }
 
 void* operator new(std::size_t size) {

@@ -1,100 +1,81 @@
-// How the tool's own share of a repair grows: the same work on an ODBC that costs next to nothing, minus the
-// bare loop on it.
+// How the tool's own share of a repair grows: the same work on an ODBC that costs next to nothing.
 
-#include <cstdio>
+#include <cmath>
 
-#include "bench/bare_odbc.h"
-#include "bench/counted_new.h"
+#include "bench/measure.h"
 #include "bench/null_odbc.h"
-#include "bench/table.h"
-#include "db/odbc_session.h"
-#include "id_repair/batch_repair.h"
-#include "text/text.h"
+#include "bench/repair_work.h"
 
 namespace {
 
-std::vector<BareStep> Record(const std::function<void()>& action) {
-    std::vector<std::wstring> events;
-    nullEvents = &events;
-    action();
-    nullEvents = nullptr;
-    return StepsOf(events, [](const std::wstring& text) { return text; });
-}
+const std::wstring kA = L"GameZone1", kB = L"GameZone2";
 
-OdbcSession Connected() {
+OdbcSession Connect(const std::wstring& database) {
     OdbcSession session;
-    session.Connect({L"server", 1433, L"user", L"password", L"master", {}});
+    session.Connect({L"server", 1433, L"user", L"password", database, {}});
     return session;
 }
 
 void Detect() {
-    const OdbcSession session = Connected();
-    FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2");
+    FindDuplicateRoles(Connect(L"master").Connection(), kA, kB);
 }
 
 void RepairAll() {
-    const OdbcSession session = Connected();
-    const std::vector<RoleRepairPlan> roles =
-        PlanRoleIdBatch(session.Connection(), L"GameZone2", L"GameZone1",
-                        FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2"));
-    const std::vector<GuildRepairPlan> guilds =
-        PlanGuildIdBatch(session.Connection(), L"GameZone2", L"GameZone1",
-                         FindDuplicateGuilds(session.Connection(), L"GameZone1", L"GameZone2"));
-    RepairAllDuplicates(session.Connection(), L"GameZone2", roles, guilds);
+    PlanAndRepair(Connect, kA, kB);
 }
 
-// All sizes in every round: the machine's own speed changes in the course of minutes.
-void MeasureGrowth(const std::string& what, const std::function<void()>& action,
-                   const std::vector<int>& sizes, int rounds) {
-    std::vector<Samples> samples(sizes.size());
-    std::vector<std::vector<BareStep>> steps;
-    for (const int size : sizes) {
-        nullDuplicates = size;
-        steps.push_back(Record(action));
+// Of a power law, by least squares over the logarithms.
+double Exponent(const std::vector<int>& sizes, const std::vector<double>& times) {
+    double x = 0, y = 0, xx = 0, xy = 0;
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        const double size = std::log(sizes[i]), time = std::log(times[i]);
+        x += size;
+        y += time;
+        xx += size * size;
+        xy += size * time;
     }
-    for (int round = 0; round < rounds; ++round) {
+    const auto count = static_cast<double>(sizes.size());
+    return (count * xy - x * y) / (count * xx - x * x);
+}
+
+void MeasureGrowth(const std::string& what, const std::function<void()>& action,
+                   const std::vector<int>& sizes) {
+    constexpr int kRounds = 21;
+    std::vector<std::vector<double>> rounds(sizes.size());
+    // All sizes in every round: the machine's own speed changes in the course of minutes.
+    for (int round = 0; round < kRounds; ++round) {
         for (size_t i = 0; i < sizes.size(); ++i) {
             nullDuplicates = sizes[i];
-            samples[i].Take([&] { return Milliseconds(action); },
-                            [&] { return Milliseconds([&] { Replay(steps[i]); }); });
+            rounds[i].push_back(Milliseconds(action));
         }
     }
-    std::vector<GrowthPoint> points;
+    std::vector<double> times;
     for (size_t i = 0; i < sizes.size(); ++i) {
-        const Comparison medians = samples[i].Medians();
-        PrintRatio("own share of " + what + std::to_string(sizes[i]) + ", on an ODBC that costs nothing",
-                   "ms", medians);
-        points.push_back({static_cast<double>(sizes[i]), medians.Difference()});
+        times.push_back(Median(rounds[i]));
+        PrintValue(
+            "own share of " + what + " of " + std::to_string(sizes[i]) + ", on an ODBC that costs nothing",
+            times.back(), "ms");
     }
     nullDuplicates = sizes.front();
-    const auto calls = static_cast<double>(CountAllocations(action).calls);
-    PrintValue("  allocations per ID", "", calls / sizes.front());
-    PrintValue("  exponent of its growth", "", Exponent(points), 1.1);
+    PrintValue("  allocations per ID", static_cast<double>(AllocationsOf(action).calls) / sizes.front(), "");
+    PrintValue("  exponent of its growth", Exponent(sizes, times), "", 1.1);
 }
 
 void MeasureMemory() {
     constexpr int kDuplicates = 10'000;
     nullDuplicates = kDuplicates;
-    const OdbcSession session = Connected();
+    const DuplicateRoles found = FindDuplicateRoles(Connect(L"master").Connection(), kA, kB);
     // A copy holds exactly what the list of the window holds at the end.
-    const std::vector<DuplicateRole> found =
-        FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2");
-    const Allocations kept = CountAllocations([&] { const std::vector<DuplicateRole> copy(found); });
-    PrintValue("held for one listed duplicate: blocks", "", static_cast<double>(kept.calls) / kDuplicates);
-    PrintValue("held for one listed duplicate: bytes", "B", static_cast<double>(kept.bytes) / kDuplicates,
+    const Allocations kept = AllocationsOf([&] { const DuplicateRoles copy(found); });
+    PrintValue("held for one listed duplicate: blocks", static_cast<double>(kept.calls) / kDuplicates, "");
+    PrintValue("held for one listed duplicate: bytes", static_cast<double>(kept.bytes) / kDuplicates, "B",
                1024);
 }
 
 }  // namespace
 
-int wmain() {
-    try {
-        MeasureGrowth("detection of ", Detect, {1'000, 10'000, 100'000}, 21);
-        MeasureGrowth("batch of ", RepairAll, {100, 300, 1'000}, 21);
-        MeasureMemory();
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+void Measure() {
+    MeasureGrowth("detection", Detect, {1'000, 10'000, 100'000});
+    MeasureGrowth("batch", RepairAll, {100, 300, 1'000});
+    MeasureMemory();
 }

@@ -6,13 +6,14 @@
 #include <commctrl.h>
 #include <tlhelp32.h>
 
-#include <cstdio>
+#include <array>
 #include <cwchar>
+#include <deque>
 
 #include "account_query/account_candidates.h"
 #include "app/controls.h"
-#include "bench/counted_new.h"
-#include "bench/table.h"
+#include "bench/measure.h"
+#include "demo/desk_driver.h"
 #include "discovery/discover_game_servers.h"
 #include "discovery/server_config.h"
 #include "discovery/server_processes.h"
@@ -29,7 +30,7 @@ constexpr std::string_view kDatabaseKeys =
 constexpr std::string_view kNameKeys =
     "\"ServerInfo\": {\"sServerName\": \"青龙一区\", \"Dir\": \"D:\\\\Game\", \"nServerID\": 7}";
 
-// Settings of the game server that are none of ours, before ours.
+// Unrelated settings before the keys that are read.
 std::string Json(size_t size, std::string_view nameKeys = kNameKeys) {
     const std::string keys = std::string(kDatabaseKeys) + std::string(nameKeys);
     std::string text = "{\n  \"GameInfo\": {";
@@ -69,7 +70,12 @@ void ReadAndConvert(const std::wstring& path) {
     std::free(wide);
 }
 
-void MeasureReading(std::string_view row, const std::string& json, const std::string& ini, int rounds,
+void ReadBothFiles(const std::wstring& directory) {
+    ReadAndConvert(directory + L"\\Config.Json");
+    ReadAndConvert(directory + L"\\Config.ini");
+}
+
+void MeasureReading(const std::string& row, const std::string& json, const std::string& ini, int rounds,
                     int repeats, double target = 2) {
     const TempDirectory directory;
     directory.Write(L"Config.Json", json);
@@ -82,12 +88,9 @@ void MeasureReading(std::string_view row, const std::string& json, const std::st
         }
     };
     const auto bare = [&] {
-        for (int i = 0; i < repeats; ++i) {
-            ReadAndConvert(directory.At(L"Config.Json"));
-            ReadAndConvert(directory.At(L"Config.ini"));
-        }
+        for (int i = 0; i < repeats; ++i) ReadBothFiles(path);
     };
-    PrintRatio(row, "ms",
+    PrintRatio(row,
                Compare(
                    rounds, [&] { return Milliseconds(ours) / repeats; },
                    [&] { return Milliseconds(bare) / repeats; }),
@@ -98,58 +101,6 @@ void MeasureReading(std::string_view row, const std::string& json, const std::st
 
 constexpr int kZones = 64;
 constexpr wchar_t kServerName[] = L"M2Server.exe";
-
-std::wstring GameServerProgram() {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    path.resize(path.rfind(L'\\'));
-    return path + L"\\..\\demo\\" + kServerName;
-}
-
-// Game servers that run, each with an installation of its own.
-class RunningZones {
-public:
-    RunningZones() {
-        for (int zone = 0; zone < kZones; ++zone) {
-            const std::wstring name = L"zone" + std::to_wstring(zone);
-            folder_.Write(name + L"\\Config.Json", Json(4096));
-            folder_.Write(name + L"\\Config.ini", Ini(4096));
-            folder_.Make(name + L"\\Mir200");
-            std::wstring program = folder_.At(name + L"\\Mir200\\" + kServerName);
-            STARTUPINFOW startup = {};
-            startup.cb = sizeof startup;
-            PROCESS_INFORMATION started = {};
-            if (!CopyFileW(GameServerProgram().c_str(), program.c_str(), FALSE) ||
-                !CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr,
-                                nullptr, &startup, &started)) {
-                throw std::runtime_error("cannot start a game server");
-            }
-            CloseHandle(started.hThread);
-            processes_.push_back(started.hProcess);
-        }
-    }
-    ~RunningZones() {
-        for (const HANDLE process : processes_) {
-            TerminateProcess(process, 0);
-            WaitForSingleObject(process, 10'000);
-            CloseHandle(process);
-        }
-    }
-    RunningZones(const RunningZones&) = delete;
-    RunningZones& operator=(const RunningZones&) = delete;
-
-    void ReadFiles() const {
-        for (int zone = 0; zone < kZones; ++zone) {
-            const std::wstring directory = folder_.At(L"zone" + std::to_wstring(zone));
-            ReadAndConvert(directory + L"\\Config.Json");
-            ReadAndConvert(directory + L"\\Config.ini");
-        }
-    }
-
-private:
-    TempDirectory folder_;
-    std::vector<HANDLE> processes_;
-};
 
 int QueryImagePaths() {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
@@ -169,124 +120,113 @@ int QueryImagePaths() {
 }
 
 void MeasureRefresh() {
-    const RunningZones zones;
+    const TempDirectory folder;
+    std::deque<desk::Program> servers;  // each with an installation of its own
+    for (int zone = 0; zone < kZones; ++zone) {
+        const std::wstring name = L"zone" + std::to_wstring(zone);
+        folder.Write(name + L"\\Config.Json", Json(4096));
+        folder.Write(name + L"\\Config.ini", Ini(4096));
+        folder.Make(name + L"\\Mir200");
+        const std::wstring program = folder.At(name + L"\\Mir200\\" + kServerName);
+        CopyFileW(Built(L"..\\demo\\M2Server.exe").c_str(), program.c_str(), FALSE);
+        servers.emplace_back(program);
+    }
     while (QueryImagePaths() < kZones) Sleep(100);
     Sleep(2'000);  // until all of them sleep
-    std::wstring problems;
-    const auto refresh = [&] {
+    const auto refresh = [] {
+        std::wstring problems;
         if (DiscoverGameServers(kServerName, problems).size() != kZones)
             throw std::runtime_error("zones are missing");
     };
-    const auto bare = [] {
+    const auto find = [] {
         if (QueryImagePaths() != kZones) throw std::runtime_error("processes are missing");
     };
-    PrintRatio("refresh with 64 running zones", "ms",
+    const auto findAndRead = [&] {
+        find();
+        for (int zone = 0; zone < kZones; ++zone) ReadBothFiles(folder.At(L"zone" + std::to_wstring(zone)));
+    };
+    PrintRatio("refresh with 64 running zones",
                Compare(
-                   41, [&] { return Milliseconds(refresh); }, [&] { return Milliseconds(bare); }),
-               1.5);
-    PrintRatio("  against the same and reading the 128 files once", "ms",
-               Compare(
-                   41, [&] { return Milliseconds(refresh); },
-                   [&] { return Milliseconds([&] { bare(), zones.ReadFiles(); }); }));
-    PrintRatio("  of that, finding the processes", "ms",
+                   41, [&] { return Milliseconds(refresh); }, [&] { return Milliseconds(findAndRead); }),
+               1.05);
+    PrintRatio("  of that, finding the processes",
                Compare(
                    41, [&] { return Milliseconds([] { EnumerateServerProcesses(kServerName); }); },
-                   [&] { return Milliseconds(bare); }));
+                   [&] { return Milliseconds(find); }));
 }
 
 // ---- filling a list -------------------------------------------------------------------------------------
 
-struct Texts {
-    std::wstring id, characterA, characterB, accountA, accountB;
-};
+using Texts = std::array<std::wstring, 5>;  // ID, characters, accounts
 
 std::vector<Texts> SomeTexts(int count) {
     std::vector<Texts> texts;
     for (int i = 0; i < count; ++i) {
-        const std::wstring number = std::to_wstring(i);
-        texts.push_back({std::to_wstring(10'000'000 + i), L"角色" + number, L"角色" + number,
-                         L"account" + number, L"account" + number});
+        const std::wstring number = std::to_wstring(i), name = L"角色" + number,
+                           account = L"account" + number;
+        texts.push_back({std::to_wstring(10'000'000 + i), name, name, account, account});
     }
     return texts;
 }
 
 // The list as the repair window has it, in a window that can be seen.
-class VisibleList {
-public:
-    VisibleList() {
-        window_ = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
-                                  nullptr, nullptr, nullptr);
-        constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
-        constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
-        CreateControls(window_, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
-        list_ = GetDlgItem(window_, 1);
-        constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
-        SetUpList(list_, kColumns);
-        Paint();
+HWND CreateVisibleList() {
+    const HWND window = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
+                                        nullptr, nullptr, nullptr);
+    constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
+    constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
+    CreateControls(window, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
+    constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
+    SetUpList(GetDlgItem(window, 1), kColumns);
+    return GetDlgItem(window, 1);
+}
+
+// A program that fills lists also answers its messages.
+void Paint(HWND list) {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    UpdateWindow(list);
+}
+
+void Fill(HWND list, const std::vector<Texts>& texts) {
+    ListFill rows(list, texts.size());
+    for (const Texts& text : texts) {
+        rows.AddRow({text[0].c_str(), text[1].c_str(), text[2].c_str(), text[3].c_str(), text[4].c_str()});
     }
-    ~VisibleList() { DestroyWindow(window_); }
-    VisibleList(const VisibleList&) = delete;
-    VisibleList& operator=(const VisibleList&) = delete;
-
-    HWND Handle() const noexcept { return list_; }
-
-    // A program that fills lists also answers its messages.
-    void Paint() const {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-        UpdateWindow(list_);
-    }
-
-private:
-    HWND window_ = nullptr;
-    HWND list_ = nullptr;
-};
+}
 
 void FillNaively(HWND list, const std::vector<Texts>& texts) {
-    int row = 0;
+    LVITEMW item = {};
+    item.mask = LVIF_TEXT;
     for (const Texts& text : texts) {
-        LVITEMW item = {};
-        item.mask = LVIF_TEXT;
-        item.iItem = row++;
-        for (const std::wstring* cell :
-             {&text.id, &text.characterA, &text.characterB, &text.accountA, &text.accountB}) {
-            item.pszText = const_cast<wchar_t*>(cell->c_str());
+        for (item.iSubItem = 0; item.iSubItem < 5; ++item.iSubItem) {
+            item.pszText = const_cast<wchar_t*>(text[static_cast<size_t>(item.iSubItem)].c_str());
             SendMessageW(list, item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW, 0,
                          reinterpret_cast<LPARAM>(&item));
-            ++item.iSubItem;
         }
+        ++item.iItem;
     }
 }
 
 void MeasureListFilling() {
     // A naive insertion takes minutes for all rows: it gets off with a twentieth of them.
     constexpr int kRows = 20'000;
-    constexpr int kNaiveRows = kRows / 20;
-    const std::vector<Texts> texts = SomeTexts(kRows), fewTexts = SomeTexts(kNaiveRows);
-    const VisibleList list;
-    const auto ours = [&] {
-        {
-            ListFill rows(list.Handle(), texts.size());
-            for (const Texts& text : texts) {
-                rows.AddRow({text.id.c_str(), text.characterA.c_str(), text.characterB.c_str(),
-                             text.accountA.c_str(), text.accountB.c_str()});
-            }
-        }
-        list.Paint();
+    const std::vector<Texts> texts = SomeTexts(kRows), fewTexts = SomeTexts(kRows / 20);
+    const HWND list = CreateVisibleList();
+    const auto onEmptyList = [&](const auto& fill, const std::vector<Texts>& rows) {
+        SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+        Paint(list);
+        return Milliseconds([&] {
+            fill(list, rows);
+            Paint(list);
+        });
     };
-    const auto naive = [&] {
-        FillNaively(list.Handle(), fewTexts);
-        list.Paint();
-    };
-    const auto onEmptyList = [&](const auto& action) {
-        SendMessageW(list.Handle(), LVM_DELETEALLITEMS, 0, 0);
-        list.Paint();
-        return Milliseconds(action);
-    };
-    PrintRatio("filling the list: 20,000 rows, naively 1,000 rows", "ms",
-               Compare(
-                   3, [&] { return onEmptyList(ours); }, [&] { return onEmptyList(naive); }),
-               0.5);
+    PrintRatio(
+        "filling the list: 20,000 rows, naively 1,000 rows",
+        Compare(
+            3, [&] { return onEmptyList(Fill, texts); }, [&] { return onEmptyList(FillNaively, fewTexts); }),
+        0.5);
+    DestroyWindow(GetParent(list));
 }
 
 // ---- ranking candidate columns --------------------------------------------------------------------------
@@ -311,29 +251,23 @@ void MeasureRanking() {
         std::vector<AccountSource> candidates = columns;
         return Milliseconds([&] { rank(candidates); });
     };
-    PrintValue("scoring and sorting 5,000 columns", "ms", Compare(51, measure, measure).ours, 10);
+    PrintValue("scoring and sorting 5,000 columns", Compare(51, measure, measure).Ours(), "ms", 10);
     std::vector<AccountSource> candidates = columns;
-    const Allocations allocations = CountAllocations([&] { rank(candidates); });
-    PrintValue("  allocations per column (31 rules' words)", "",
-               static_cast<double>(allocations.calls) / kColumns, 3.1);
+    const Allocations allocations = AllocationsOf([&] { rank(candidates); });
+    PrintValue("  allocations per column (31 rules' words)",
+               static_cast<double>(allocations.calls) / kColumns, "", 3.1);
 }
 
 }  // namespace
 
-int wmain() {
-    try {
-        constexpr size_t kSmall = 4 << 10, kLarge = 10 << 20;
-        MeasureReading("reading one zone: two files of 4 KB", Json(kSmall), Ini(kSmall), 51, 20);
-        MeasureReading("reading one zone: Config.Json of 10 MB", Json(kLarge), Ini(kSmall), 15, 1);
-        MeasureReading("reading one zone: Config.ini of 10 MB", Json(kSmall), Ini(kLarge), 15, 1);
-        MeasureReading("  the same when Config.Json gives no name", Json(kSmall, "\"None\": 0"), Ini(kLarge),
-                       7, 1, 0);
-        MeasureRefresh();
-        MeasureListFilling();
-        MeasureRanking();
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+void Measure() {
+    constexpr size_t kSmall = 4 << 10, kLarge = 10 << 20;
+    MeasureReading("reading one zone: two files of 4 KB", Json(kSmall), Ini(kSmall), 51, 20);
+    MeasureReading("reading one zone: Config.Json of 10 MB", Json(kLarge), Ini(kSmall), 15, 1);
+    MeasureReading("reading one zone: Config.ini of 10 MB", Json(kSmall), Ini(kLarge), 15, 1);
+    MeasureReading("  the same when Config.Json gives no name", Json(kSmall, "\"None\": 0"), Ini(kLarge), 7,
+                   1, 0);
+    MeasureRefresh();
+    MeasureListFilling();
+    MeasureRanking();
 }
