@@ -1,27 +1,24 @@
 // What any program with the tool's window does: as many controls of the same kinds, three fonts, an icon, and
-// a settings file that is read and written. With ONE_LIST it is a window with one list view and nothing else.
+// a settings file that is read and written. Where ONE_LIST is true it is a window with one list view and
+// nothing else.
 
 #include <windows.h>
 
 // after windows.h, which it needs
 #include <commctrl.h>
 
-#include <string>
+#include <cwchar>
+#include <initializer_list>
 
 #include "app/resource.h"
 
 namespace {
 
-#ifdef ONE_LIST
-constexpr bool kOneList = true;
-#else
-constexpr bool kOneList = false;
-#endif
+constexpr bool kOneList = ONE_LIST;
 
 struct Kind {
     const wchar_t* windowClass;
-    DWORD style;
-    DWORD exStyle;
+    DWORD style, exStyle;
 };
 constexpr Kind kLabel = {WC_STATICW, SS_LEFTNOWORDWRAP, 0};
 constexpr Kind kCombo = {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL, WS_EX_CLIENTEDGE};
@@ -29,12 +26,12 @@ constexpr Kind kEdit = {WC_EDITW, ES_AUTOHSCROLL, WS_EX_CLIENTEDGE};
 constexpr Kind kButton = {WC_BUTTONW, BS_PUSHBUTTON, 0};
 constexpr Kind kList = {WC_LISTVIEWW, LVS_REPORT, WS_EX_CLIENTEDGE};
 
-struct Face {
-    int height;
-    int weight;
-};
-constexpr Face kFaces[] = {{-16, FW_NORMAL}, {-17, FW_SEMIBOLD}, {-12, FW_NORMAL}};
-HFONT fonts[std::size(kFaces)];
+HFONT fonts[3];
+
+HFONT CreateFace(int height, int weight) {
+    return CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
+                       CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH, L"Microsoft YaHei");
+}
 
 HWND Create(HWND window, const Kind& kind, int x, int y, int width, int height) {
     return CreateWindowExW(kind.exStyle, kind.windowClass, L"区服账号", WS_CHILD | WS_VISIBLE | kind.style, x,
@@ -54,15 +51,12 @@ void CreateList(HWND window) {
 }
 
 void CreateOtherControls(HWND window) {
-    HFONT* font = fonts;
-    for (const auto& [height, weight] : kFaces) {
-        *font++ =
-            CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                        CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH, L"Microsoft YaHei");
-    }
+    fonts[0] = CreateFace(-16, FW_NORMAL);
+    fonts[1] = CreateFace(-17, FW_SEMIBOLD);
+    fonts[2] = CreateFace(-12, FW_NORMAL);
     int number = 0;
-    for (const Kind& kind : {kLabel, kCombo, kButton, kLabel, kEdit, kButton, kLabel, kEdit, kLabel, kEdit,
-                             kButton, kButton, kLabel}) {
+    for (const Kind kind : {kLabel, kCombo, kButton, kLabel, kEdit, kButton, kLabel, kEdit, kLabel, kEdit,
+                            kButton, kButton, kLabel}) {
         const HWND control = Create(window, kind, 16 + number % 7 * 134, 156 + number / 7 * 40, 120, 28);
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(fonts[0]), TRUE);
         ++number;
@@ -70,25 +64,15 @@ void CreateOtherControls(HWND window) {
 }
 
 void ReadAndWriteSettings() {
-    constexpr struct {
-        const wchar_t *section, *key;
-    } kSettings[] = {{L"Query", L"M2ProcessName"},
-                     {L"Query", L"AccountTable"},
-                     {L"Query", L"AccountField"},
-                     {L"Query", L"MaxResults"},
-                     {L"ODBC", L"Driver"}};
-    wchar_t path[MAX_PATH] = {}, texts[std::size(kSettings)][1024];
+    constexpr const wchar_t* kKeys[] = {L"M2ProcessName", L"AccountTable", L"AccountField", L"MaxResults",
+                                        L"Driver"};
+    const auto sectionOf = [](const wchar_t* key) { return *key == L'D' ? L"ODBC" : L"Query"; };
+    wchar_t path[MAX_PATH] = {}, texts[5][1024];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring file =
-        std::wstring(path, std::wstring_view(path).rfind(L'\\')) + L"\\QuerySettings.ini";
-    size_t i = 0;
-    for (const auto& [section, key] : kSettings) {
-        GetPrivateProfileStringW(section, key, L"1", texts[i++], 1024, file.c_str());
-    }
-    i = 0;
-    for (const auto& [section, key] : kSettings) {
-        WritePrivateProfileStringW(section, key, texts[i++], file.c_str());
-    }
+    wcscpy(wcsrchr(path, L'\\') + 1, L"QuerySettings.ini");
+    for (int i = 0; i < 5; ++i)
+        GetPrivateProfileStringW(sectionOf(kKeys[i]), kKeys[i], L"", texts[i], 1024, path);
+    for (int i = 0; i < 5; ++i) WritePrivateProfileStringW(sectionOf(kKeys[i]), kKeys[i], texts[i], path);
 }
 
 void Paint(HWND window) {

@@ -1,61 +1,51 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
 // The one table that all measuring programs add their rows to: lines on standard output, cells between tabs.
 
-/// Adds a program's rows. Every program defines its own; the main function is shared. An exception ends the
-/// program with its text on the error output.
+/// Adds a program's rows: each defines its own, the main function is shared and shows what it throws.
 void Measure();
 
-/// Takes one measurement and gives its value, in whatever unit the row has.
-using Measurement = std::function<double()>;
+using Action = std::function<void()>;
 
 double Median(const std::vector<double>& values);
+double Milliseconds(const Action& action);
 
-/// Two sides that are measured in turn.
-class Comparison {
-public:
-    void Take(const Measurement& ours, const Measurement& bare);
+/// What two sides that were measured in turn have given, in whatever unit the row has.
+struct Comparison {
+    std::vector<double> ours, bare;
 
-    /// Medians, and what they tell.
-    double Ours() const { return Median(ours_); }
-    double Bare() const { return Median(bare_); }
-    double Ratio() const { return Ours() / Bare(); }
-    double Difference() const { return Ours() - Bare(); }
+    double Ratio() const { return Median(ours) / Median(bare); }
     /// Of the ratios of single rounds: half the distance of their quartiles.
     double Spread() const;
-
-private:
-    std::vector<double> ours_, bare_;
 };
 
-/// Runs both sides once to warm up, then `rounds` times in turn.
-Comparison Compare(int rounds, const Measurement& ours, const Measurement& bare);
+/// Takes one value of either side to warm up, then `rounds` of them in turn.
+Comparison Compare(int rounds, const std::function<double()>& ours, const std::function<double()>& bare);
 
-/// The milliseconds that an action takes.
-double Milliseconds(const std::function<void()>& action);
+/// The same for the milliseconds of two actions, each done `repeats` times for one value. `prepare` comes
+/// before every value and does not count.
+Comparison CompareTimes(
+    int rounds, int repeats, const Action& ours, const Action& bare, const Action& prepare = [] {});
 
-/// Rows of the table: the ratio of two times, the difference of two sizes in KB, one value. A limit is the
-/// most that is allowed; a row without one only informs.
+/// Rows of the table: the ratio of two times, one value. A limit is the most that is allowed; a row without
+/// one only informs.
 void PrintRatio(const std::string& row, const Comparison& times, double limit = 0);
-void PrintDifference(const std::string& row, const Comparison& sizes, double limit);
 void PrintValue(const std::string& row, double value, const char* unit, double limit = 0);
 
-/// What operator new hands out during an action, counted in every measuring program.
+/// What operator new hands out during an action; it is counted in every measuring program.
 struct Allocations {
-    size_t calls = 0;
-    size_t bytes = 0;
+    double calls = 0;
+    double bytes = 0;
 };
-Allocations AllocationsOf(const std::function<void()>& action);
+Allocations AllocationsOf(const Action& action);
 
 /// The path of a file that the build has made, from the folder of the measuring programs.
 std::wstring Built(const wchar_t* relativePath);
 
-/// The private memory of the one process of this environment that runs `program` (a file name), in kilobytes:
-/// what it alone has written to. Wine does not tell, its host does.
-/// @throws std::runtime_error when there is no such process.
-double PrivateKilobytes(const std::string& program);
+/// What this process alone has written to, in kilobytes. Wine does not tell; its host does, by the number
+/// that bench.sh gives.
+double PrivateKilobytes();

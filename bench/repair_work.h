@@ -3,20 +3,17 @@
 #include "db/odbc_session.h"
 #include "id_repair/batch_repair.h"
 
-/// What the window does for a batch repair: both detections and plans on one connection, then the repair of
-/// database B on another.
-/// @return the number of columns that were to be changed, main tables included.
-template <class ConnectTo>
-size_t PlanAndRepair(const ConnectTo& connectTo, const std::wstring& a, const std::wstring& b) {
-    const OdbcSession session = connectTo(L"master");
-    const auto roles =
-        PlanRoleIdBatch(session.Connection(), b, a, FindDuplicateRoles(session.Connection(), a, b));
-    const auto guilds =
-        PlanGuildIdBatch(session.Connection(), b, a, FindDuplicateGuilds(session.Connection(), a, b));
-    const OdbcSession repairSession = connectTo(b);
-    RepairAllDuplicates(repairSession.Connection(), b, roles, guilds);
-    size_t columns = roles.size() + guilds.size();
-    for (const RoleRepairPlan& plan : roles) columns += plan.fields.size();
-    for (const GuildRepairPlan& plan : guilds) columns += plan.fields.size();
-    return columns;
+/// What the window does for a batch repair of database B.
+/// @param connect  gives a session on a database of the server.
+/// @return the number of columns to be changed when every ID has as many as the last one, main tables
+/// included.
+template <class Connect>
+size_t PlanAndRepair(const Connect& connect, const std::wstring& a, const std::wstring& b) {
+    const OdbcSession session = connect(L"master");
+    const SQLHDBC reading = session.Connection();
+    const auto roles = PlanRoleIdBatch(reading, b, a, FindDuplicateRoles(reading, a, b));
+    const auto guilds = PlanGuildIdBatch(reading, b, a, FindDuplicateGuilds(reading, a, b));
+    RepairAllDuplicates(connect(b).Connection(), b, roles, guilds);
+    return roles.size() * (1 + roles.back().fields.size()) +
+           guilds.size() * (1 + guilds.back().fields.size());
 }
