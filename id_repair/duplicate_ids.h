@@ -25,8 +25,8 @@ struct DuplicateRole {
 };
 
 /// The character IDs found in both databases. There can be tens of thousands: their texts are kept in a few
-/// large blocks, which takes a third of the memory and of the time of as many strings, and an element is made
-/// when it is asked for.
+/// large blocks, which takes less than half the memory of as many strings and little of their time, and an
+/// element is made when it is asked for.
 class DuplicateRoles {
 public:
     size_t size() const noexcept { return starts_.size(); }
