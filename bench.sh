@@ -18,12 +18,13 @@ build_benchmarks() {
     (cd "$root" && quietly build-bench cmake --build --preset mingw-release --target benchmarks --parallel "$(nproc)")
 }
 
-# measure PROGRAM: adds the rows that it prints to the table. The program can ask the host about its process.
+# measure PROGRAM: adds the rows that it prints to the table: the lines with tabs, for what it starts prints as well.
+# It can ask the host about its own process.
 measure() {
     say "measuring: $1"
     BENCH_WINE=$wine BENCH_PROGRAM="$programs/bench/$1.exe" bash -c \
         'BENCH_PROCESS=$$ exec "$BENCH_WINE" "$BENCH_PROGRAM"' \
-        </dev/null 2>"$bench_dir/$1.errors" | tr -d '\r' >>"$bench_dir/rows.tsv" && return
+        </dev/null 2>"$bench_dir/$1.errors" | tr -d '\r' | grep --text $'\t' >>"$bench_dir/rows.tsv" && return
     echo "$1 failed:" >&2
     cat "$bench_dir/$1.errors" >&2
     return 1
