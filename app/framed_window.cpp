@@ -162,6 +162,7 @@ LRESULT FramedWindow::OnColourLabel(HDC dc, HWND control) {
 void FramedWindow::OnWindowCreated() {
     fonts_.Create();
     OnCreate();
+    placedFor_ = ClientSize();
     status_.Attach(handle_, Control(statusControl_));
     OnCreated();
 }
@@ -182,8 +183,11 @@ void FramedWindow::OnNotification(const NMHDR& header) {
 void FramedWindow::OnSize(WPARAM kind) {
     if (kind == SIZE_MINIMIZED) return;  // nothing to see, and the client area is empty
     const SIZE client = ClientSize();
-    Layout(client.cx, client.cy);
-    status_.OnMoved();
+    if (client.cx != placedFor_.cx || client.cy != placedFor_.cy) {
+        placedFor_ = client;
+        Layout(client.cx, client.cy);
+        status_.OnMoved();
+    }
     // With the children: moving one copies its old pixels, and these may show a sibling that was moved before
     // it.
     RedrawWindow(handle_, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN);

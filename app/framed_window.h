@@ -37,9 +37,9 @@ protected:
     FramedWindow(const FrameStyle& style, int statusControl, TaskbarProgress& taskbar) noexcept
         : style_(style), statusControl_(statusControl), taskbar_(taskbar) {}
 
-    /// Creates the children; the fonts exist already.
+    /// Creates the children in their places for ClientSize(); the fonts exist already.
     virtual void OnCreate() = 0;
-    /// Places the children again, in a client area of `width` by `height` pixels.
+    /// Places the children again, in a client area that is now `width` by `height` pixels.
     virtual void Layout(int width, int height) = 0;
     /// A child's notification; false leaves it to the system.
     virtual bool OnCommand(int controlId) = 0;
@@ -74,6 +74,7 @@ private:
     const FrameStyle style_;
     const int statusControl_;
     TaskbarProgress& taskbar_;
+    SIZE placedFor_ = {};  // the client area that the children are in their places for
     FrameFonts fonts_;
     StatusLine status_;
 };

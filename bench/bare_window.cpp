@@ -1,83 +1,120 @@
-// The bare program that the tool's window is measured against: one window with one list view, nothing else.
-// Started with an argument it also creates the kinds of controls that the tool's window has, with the tool's
-// font.
+// What any program with the tool's window does: as many controls of the same kinds, three fonts, an icon, and
+// a settings file that is read and written. Where ONE_LIST is true it is a window with one list view and
+// nothing else.
 
 #include <windows.h>
 
 // after windows.h, which it needs
 #include <commctrl.h>
 
+#include <cwchar>
+#include <initializer_list>
+
+#include "app/resource.h"
+
 namespace {
 
-constexpr int kWidth = 980;
-constexpr int kHeight = 620;
-constexpr int kColumns = 5;
+constexpr bool kOneList = ONE_LIST;
 
-HWND list = nullptr;
+struct Kind {
+    const wchar_t* windowClass;
+    DWORD style, exStyle;
+};
+constexpr Kind kLabel = {WC_STATICW, SS_LEFTNOWORDWRAP, 0};
+constexpr Kind kCombo = {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL, WS_EX_CLIENTEDGE};
+constexpr Kind kEdit = {WC_EDITW, ES_AUTOHSCROLL, WS_EX_CLIENTEDGE};
+constexpr Kind kButton = {WC_BUTTONW, BS_PUSHBUTTON, 0};
+constexpr Kind kList = {WC_LISTVIEWW, LVS_REPORT, WS_EX_CLIENTEDGE};
+
+HFONT fonts[3];
+
+HFONT CreateFace(int height, int weight) {
+    return CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
+                       CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH, L"Microsoft YaHei");
+}
+
+HWND Create(HWND window, const Kind& kind, int x, int y, int width, int height) {
+    return CreateWindowExW(kind.exStyle, kind.windowClass, L"区服账号", WS_CHILD | WS_VISIBLE | kind.style, x,
+                           y, width, height, window, nullptr, GetModuleHandleW(nullptr), nullptr);
+}
 
 void CreateList(HWND window) {
-    list = CreateWindowExW(WS_EX_CLIENTEDGE, WC_LISTVIEWW, L"", WS_CHILD | WS_VISIBLE | LVS_REPORT, 16, 268,
-                           kWidth - 32, kHeight - 314, window, nullptr, GetModuleHandleW(nullptr), nullptr);
+    const HWND list = Create(window, kList, 16, 268, 948, 300);
     LVCOLUMNW column = {};
     column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
-    column.cx = 160;
-    for (column.iSubItem = 0; column.iSubItem < kColumns; ++column.iSubItem) {
-        column.pszText = const_cast<wchar_t*>(L"column");
+    column.cx = 200;
+    column.pszText = const_cast<wchar_t*>(L"数据库");
+    for (; column.iSubItem < 3; ++column.iSubItem) {
         SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column.iSubItem),
                      reinterpret_cast<LPARAM>(&column));
     }
 }
 
 void CreateOtherControls(HWND window) {
-    constexpr const wchar_t* kClasses[] = {WC_STATICW, WC_COMBOBOXW, WC_BUTTONW, WC_STATICW, WC_EDITW,
-                                           WC_BUTTONW, WC_STATICW,   WC_EDITW,   WC_STATICW, WC_EDITW,
-                                           WC_BUTTONW, WC_BUTTONW,   WC_STATICW};
-    const HFONT font =
-        CreateFontW(-16, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                    CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH, L"Microsoft YaHei");
-    int left = 16;
-    for (const wchar_t* name : kClasses) {
-        const HWND control = CreateWindowExW(0, name, L"区服账号", WS_CHILD | WS_VISIBLE, left, 156, 64, 28,
-                                             window, nullptr, GetModuleHandleW(nullptr), nullptr);
-        SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
-        left += 70;
+    fonts[0] = CreateFace(-16, FW_NORMAL);
+    fonts[1] = CreateFace(-17, FW_SEMIBOLD);
+    fonts[2] = CreateFace(-12, FW_NORMAL);
+    int number = 0;
+    for (const Kind kind : {kLabel, kCombo, kButton, kLabel, kEdit, kButton, kLabel, kEdit, kLabel, kEdit,
+                            kButton, kButton, kLabel}) {
+        const HWND control = Create(window, kind, 16 + number % 7 * 134, 156 + number / 7 * 40, 120, 28);
+        SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(fonts[0]), TRUE);
+        ++number;
     }
 }
 
-LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_CREATE:
-            CreateList(window);
-            return 0;
-        case WM_DESTROY:
-            PostQuitMessage(0);
-            return 0;
-        default:
-            return DefWindowProcW(window, message, wParam, lParam);
+void ReadAndWriteSettings() {
+    constexpr const wchar_t* kKeys[] = {L"M2ProcessName", L"AccountTable", L"AccountField", L"MaxResults",
+                                        L"Driver"};
+    const auto sectionOf = [](const wchar_t* key) { return *key == L'D' ? L"ODBC" : L"Query"; };
+    wchar_t path[MAX_PATH] = {}, texts[5][1024];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    wcscpy(wcsrchr(path, L'\\') + 1, L"QuerySettings.ini");
+    for (int i = 0; i < 5; ++i)
+        GetPrivateProfileStringW(sectionOf(kKeys[i]), kKeys[i], L"", texts[i], 1024, path);
+    for (int i = 0; i < 5; ++i) WritePrivateProfileStringW(sectionOf(kKeys[i]), kKeys[i], texts[i], path);
+}
+
+void Paint(HWND window) {
+    PAINTSTRUCT paint;
+    const HDC dc = BeginPaint(window, &paint);
+    DrawIconEx(dc, 18, 10, LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(kAppIcon)), 26, 26, 0,
+               nullptr, DI_NORMAL);
+    int top = 10;
+    for (const HFONT font : fonts) {
+        const HGDIOBJ previous = SelectObject(dc, font);
+        TextOutW(dc, 58, top += 25, L"区服账号查询", 6);
+        SelectObject(dc, previous);
     }
+    EndPaint(window, &paint);
+}
+
+LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != WM_PAINT || kOneList) return DefWindowProcW(window, message, wParam, lParam);
+    Paint(window);
+    return 0;
 }
 
 }  // namespace
 
-int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR arguments, int showCommand) {
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, LPWSTR, int showCommand) {
     const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_LISTVIEW_CLASSES};
     InitCommonControlsEx(&classes);
     WNDCLASSW registration = {};
     registration.lpfnWndProc = Procedure;
     registration.hInstance = instance;
+    if (!kOneList) registration.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(kAppIcon));
     registration.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW + 1));
     registration.lpszClassName = L"BareWindow";
     RegisterClassW(&registration);
-    const HWND window =
-        CreateWindowExW(0, registration.lpszClassName, L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
-                        kWidth, kHeight, nullptr, nullptr, instance, nullptr);
-    if (*arguments) CreateOtherControls(window);
+    const HWND window = CreateWindowExW(0, L"BareWindow", L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
+                                        CW_USEDEFAULT, 980, 620, nullptr, nullptr, instance, nullptr);
+    if (!kOneList) CreateOtherControls(window);
+    CreateList(window);
+    if (!kOneList) ReadAndWriteSettings();
     ShowWindow(window, showCommand);
     UpdateWindow(window);
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        TranslateMessage(&message);
-        DispatchMessageW(&message);
-    }
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
     return 0;
 }

@@ -1,100 +1,59 @@
-// How the tool's own share of a repair grows: the same work on an ODBC that costs next to nothing, minus the
-// bare loop on it.
+// How the tool's own share of a repair grows: the same work on an ODBC that costs next to nothing.
 
-#include <cstdio>
+#include <cmath>
 
-#include "bench/bare_odbc.h"
-#include "bench/counted_new.h"
-#include "bench/null_odbc.h"
-#include "bench/table.h"
-#include "db/odbc_session.h"
-#include "id_repair/batch_repair.h"
-#include "text/text.h"
+#include "bench/measure.h"
+#include "bench/repair_work.h"
+
+extern int nullDuplicates;  // of null_odbc.cpp, where this program's ODBC calls end
 
 namespace {
 
-std::vector<BareStep> Record(const std::function<void()>& action) {
-    std::vector<std::wstring> events;
-    nullEvents = &events;
-    action();
-    nullEvents = nullptr;
-    return StepsOf(events, [](const std::wstring& text) { return text; });
-}
-
-OdbcSession Connected() {
+OdbcSession Connect(const std::wstring& database) {
     OdbcSession session;
-    session.Connect({L"server", 1433, L"user", L"password", L"master", {}});
+    session.Connect({L"server", 1433, L"user", L"password", database, {}});
     return session;
 }
 
-void Detect() {
-    const OdbcSession session = Connected();
-    FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2");
+DuplicateRoles Detect() {
+    return FindDuplicateRoles(Connect(L"master").Connection(), L"GameZone1", L"GameZone2");
 }
 
-void RepairAll() {
-    const OdbcSession session = Connected();
-    const std::vector<RoleRepairPlan> roles =
-        PlanRoleIdBatch(session.Connection(), L"GameZone2", L"GameZone1",
-                        FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2"));
-    const std::vector<GuildRepairPlan> guilds =
-        PlanGuildIdBatch(session.Connection(), L"GameZone2", L"GameZone1",
-                         FindDuplicateGuilds(session.Connection(), L"GameZone1", L"GameZone2"));
-    RepairAllDuplicates(session.Connection(), L"GameZone2", roles, guilds);
-}
-
-// All sizes in every round: the machine's own speed changes in the course of minutes.
-void MeasureGrowth(const std::string& what, const std::function<void()>& action,
-                   const std::vector<int>& sizes, int rounds) {
-    std::vector<Samples> samples(sizes.size());
-    std::vector<std::vector<BareStep>> steps;
-    for (const int size : sizes) {
-        nullDuplicates = size;
-        steps.push_back(Record(action));
-    }
-    for (int round = 0; round < rounds; ++round) {
+void MeasureGrowth(const std::string& what, const Action& action, const std::vector<int>& sizes) {
+    constexpr int kRounds = 21;
+    std::vector<std::vector<double>> times(sizes.size());
+    // All sizes in every round: the machine's own speed changes in the course of minutes.
+    for (int round = 0; round < kRounds; ++round) {
         for (size_t i = 0; i < sizes.size(); ++i) {
             nullDuplicates = sizes[i];
-            samples[i].Take([&] { return Milliseconds(action); },
-                            [&] { return Milliseconds([&] { Replay(steps[i]); }); });
+            times[i].push_back(Milliseconds(action));
         }
     }
-    std::vector<GrowthPoint> points;
     for (size_t i = 0; i < sizes.size(); ++i) {
-        const Comparison medians = samples[i].Medians();
-        PrintRatio("own share of " + what + std::to_string(sizes[i]) + ", on an ODBC that costs nothing",
-                   "ms", medians);
-        points.push_back({static_cast<double>(sizes[i]), medians.Difference()});
+        PrintValue(
+            "own share of " + what + " of " + std::to_string(sizes[i]) + ", on an ODBC that costs nothing",
+            Median(times[i]), "ms");
     }
     nullDuplicates = sizes.front();
-    const auto calls = static_cast<double>(CountAllocations(action).calls);
-    PrintValue("  allocations per ID", "", calls / sizes.front());
-    PrintValue("  exponent of its growth", "", Exponent(points), 1.1);
+    PrintValue("  allocations per ID", AllocationsOf(action).calls / sizes.front(), "");
+    const double growth = Median(times.back()) / Median(times.front());
+    PrintValue("  exponent of its growth",
+               std::log(growth) / std::log(static_cast<double>(sizes.back()) / sizes.front()), "", 1.1);
 }
 
 void MeasureMemory() {
-    constexpr int kDuplicates = 10'000;
-    nullDuplicates = kDuplicates;
-    const OdbcSession session = Connected();
+    nullDuplicates = 10'000;
+    const DuplicateRoles found = Detect();
     // A copy holds exactly what the list of the window holds at the end.
-    const std::vector<DuplicateRole> found =
-        FindDuplicateRoles(session.Connection(), L"GameZone1", L"GameZone2");
-    const Allocations kept = CountAllocations([&] { const std::vector<DuplicateRole> copy(found); });
-    PrintValue("held for one listed duplicate: blocks", "", static_cast<double>(kept.calls) / kDuplicates);
-    PrintValue("held for one listed duplicate: bytes", "B", static_cast<double>(kept.bytes) / kDuplicates,
-               1024);
+    const Allocations kept = AllocationsOf([&] { const DuplicateRoles copy(found); });
+    PrintValue("held for one listed duplicate: blocks", kept.calls / nullDuplicates, "");
+    PrintValue("held for one listed duplicate: bytes", kept.bytes / nullDuplicates, "B", 1024);
 }
 
 }  // namespace
 
-int wmain() {
-    try {
-        MeasureGrowth("detection of ", Detect, {1'000, 10'000, 100'000}, 21);
-        MeasureGrowth("batch of ", RepairAll, {100, 300, 1'000}, 21);
-        MeasureMemory();
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+void Measure() {
+    MeasureGrowth("detection", Detect, {1'000, 10'000, 100'000});
+    MeasureGrowth("batch", [] { PlanAndRepair(Connect, L"GameZone1", L"GameZone2"); }, {100, 300, 1'000});
+    MeasureMemory();
 }

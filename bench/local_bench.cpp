@@ -6,13 +6,13 @@
 #include <commctrl.h>
 #include <tlhelp32.h>
 
-#include <cstdio>
 #include <cwchar>
+#include <deque>
 
 #include "account_query/account_candidates.h"
 #include "app/controls.h"
-#include "bench/counted_new.h"
-#include "bench/table.h"
+#include "bench/measure.h"
+#include "demo/desk_driver.h"
 #include "discovery/discover_game_servers.h"
 #include "discovery/server_config.h"
 #include "discovery/server_processes.h"
@@ -20,26 +20,21 @@
 
 namespace {
 
-// ---- reading one zone's configuration -------------------------------------------------------------------
-
-constexpr std::string_view kDatabaseKeys =
-    "\"DBInfo\": {\"sDBIpAddr\": \"127.0.0.1\", \"nDBPort\": 1433, \"sDBName\": \"GameZone1\", \"sDBUser\": "
-    "\"sa\", "
-    "\"sDBPsw\": \"secret\"}, ";
 constexpr std::string_view kNameKeys =
-    "\"ServerInfo\": {\"sServerName\": \"青龙一区\", \"Dir\": \"D:\\\\Game\", \"nServerID\": 7}";
+    R"("ServerInfo": {"sServerName": "青龙一区", "Dir": "D:\\Game", "nServerID": 7}})";
 
-// Settings of the game server that are none of ours, before ours.
+// Unrelated settings before the keys that are read.
 std::string Json(size_t size, std::string_view nameKeys = kNameKeys) {
-    const std::string keys = std::string(kDatabaseKeys) + std::string(nameKeys);
-    std::string text = "{\n  \"GameInfo\": {";
-    for (int number = 0; text.size() + keys.size() + 200 < size; ++number) {
-        text += "\n    \"sSetting" + std::to_string(number) + "\": \"值 " + std::to_string(number) +
-                "\", \"nLimit" + std::to_string(number) + "\": " + std::to_string(number * 7) + ",";
+    std::string text = R"({"GameInfo": {)";
+    for (int number = 0; text.size() + 500 < size; ++number) {
+        const std::string digits = std::to_string(number);
+        text += "\n    \"sSetting" + digits + "\": \"值 " + digits + "\", \"nLimit" + digits +
+                "\": " + digits + "7,";
     }
-    text += "\n    \"bLast\": true},\n  " + keys;
-    text.append(size - text.size() - 2, ' ');
-    return text + "}\n";
+    text +=
+        R"("bLast": true}, "DBInfo": {"sDBIpAddr": "127.0.0.1", "nDBPort": 1433, "sDBName": "GameZone1", )"
+        R"("sDBUser": "sa", "sDBPsw": "secret"}, )";
+    return text.append(size - text.size() - nameKeys.size(), ' ').append(nameKeys);
 }
 
 std::string Ini(size_t size) {
@@ -57,99 +52,34 @@ void ReadAndConvert(const std::wstring& path) {
     LARGE_INTEGER size = {};
     GetFileSizeEx(file, &size);
     const auto bytes = static_cast<size_t>(size.QuadPart);
-    auto* read = static_cast<char*>(std::malloc(bytes));
-    auto* wide = static_cast<wchar_t*>(std::malloc(bytes * sizeof(wchar_t)));
+    auto* wide = static_cast<wchar_t*>(std::malloc(bytes * (sizeof(wchar_t) + 1)));
+    char* read = reinterpret_cast<char*>(wide + bytes);
     DWORD count = 0;
     ReadFile(file, read, static_cast<DWORD>(bytes), &count, nullptr);
     CloseHandle(file);
-    const int units =
-        MultiByteToWideChar(CP_UTF8, 0, read, static_cast<int>(count), wide, static_cast<int>(bytes));
-    if (units <= 0) throw std::runtime_error("the bare reader failed");
-    std::free(read);
+    if (!MultiByteToWideChar(CP_UTF8, 0, read, static_cast<int>(count), wide, static_cast<int>(bytes)))
+        throw std::runtime_error("the bare reader failed");
     std::free(wide);
 }
 
-void MeasureReading(std::string_view row, const std::string& json, const std::string& ini, int rounds,
-                    int repeats, double target = 2) {
-    const TempDirectory directory;
-    directory.Write(L"Config.Json", json);
-    directory.Write(L"Config.ini", ini);
-    const ServerProcessEntry process;
-    const std::wstring path = directory.At(L".");
-    const auto ours = [&] {
-        for (int i = 0; i < repeats; ++i) {
-            if (ReadServerConfig(process, path).dbName != L"GameZone1") throw std::runtime_error("misread");
-        }
-    };
-    const auto bare = [&] {
-        for (int i = 0; i < repeats; ++i) {
-            ReadAndConvert(directory.At(L"Config.Json"));
-            ReadAndConvert(directory.At(L"Config.ini"));
-        }
-    };
-    PrintRatio(row, "ms",
-               Compare(
-                   rounds, [&] { return Milliseconds(ours) / repeats; },
-                   [&] { return Milliseconds(bare) / repeats; }),
-               target);
+void ReadBothFiles(const std::wstring& directory) {
+    ReadAndConvert(directory + L"\\Config.Json");
+    ReadAndConvert(directory + L"\\Config.ini");
 }
 
-// ---- refresh with 64 zones ------------------------------------------------------------------------------
+void MeasureReading(const std::string& row, const std::string& json, const std::string& ini, int rounds,
+                    int repeats, double limit = 2) {
+    const TempDirectory folder;
+    folder.Write(L"Config.Json", json);
+    folder.Write(L"Config.ini", ini);
+    const std::wstring path = folder.At(L".");
+    const auto read = [&] {
+        if (ReadServerConfig({}, path).dbName != L"GameZone1") throw std::runtime_error("misread");
+    };
+    PrintRatio(row, CompareTimes(rounds, repeats, read, [&] { ReadBothFiles(path); }), limit);
+}
 
-constexpr int kZones = 64;
 constexpr wchar_t kServerName[] = L"M2Server.exe";
-
-std::wstring GameServerProgram() {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    path.resize(path.rfind(L'\\'));
-    return path + L"\\..\\demo\\" + kServerName;
-}
-
-// Game servers that run, each with an installation of its own.
-class RunningZones {
-public:
-    RunningZones() {
-        for (int zone = 0; zone < kZones; ++zone) {
-            const std::wstring name = L"zone" + std::to_wstring(zone);
-            folder_.Write(name + L"\\Config.Json", Json(4096));
-            folder_.Write(name + L"\\Config.ini", Ini(4096));
-            folder_.Make(name + L"\\Mir200");
-            std::wstring program = folder_.At(name + L"\\Mir200\\" + kServerName);
-            STARTUPINFOW startup = {};
-            startup.cb = sizeof startup;
-            PROCESS_INFORMATION started = {};
-            if (!CopyFileW(GameServerProgram().c_str(), program.c_str(), FALSE) ||
-                !CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr,
-                                nullptr, &startup, &started)) {
-                throw std::runtime_error("cannot start a game server");
-            }
-            CloseHandle(started.hThread);
-            processes_.push_back(started.hProcess);
-        }
-    }
-    ~RunningZones() {
-        for (const HANDLE process : processes_) {
-            TerminateProcess(process, 0);
-            WaitForSingleObject(process, 10'000);
-            CloseHandle(process);
-        }
-    }
-    RunningZones(const RunningZones&) = delete;
-    RunningZones& operator=(const RunningZones&) = delete;
-
-    void ReadFiles() const {
-        for (int zone = 0; zone < kZones; ++zone) {
-            const std::wstring directory = folder_.At(L"zone" + std::to_wstring(zone));
-            ReadAndConvert(directory + L"\\Config.Json");
-            ReadAndConvert(directory + L"\\Config.ini");
-        }
-    }
-
-private:
-    TempDirectory folder_;
-    std::vector<HANDLE> processes_;
-};
 
 int QueryImagePaths() {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
@@ -169,127 +99,95 @@ int QueryImagePaths() {
 }
 
 void MeasureRefresh() {
-    const RunningZones zones;
+    constexpr int kZones = 64;
+    const TempDirectory folder;
+    std::deque<desk::Program> servers;  // each with an installation of its own
+    for (int zone = 0; zone < kZones; ++zone) {
+        const std::wstring name = L"zone" + std::to_wstring(zone);
+        folder.Write(name + L"\\Config.Json", Json(4096));
+        folder.Write(name + L"\\Config.ini", Ini(4096));
+        folder.Make(name + L"\\Mir200");
+        const std::wstring program = folder.At(name + L"\\Mir200\\" + kServerName);
+        CopyFileW(Built(L"..\\demo\\M2Server.exe").c_str(), program.c_str(), FALSE);
+        servers.emplace_back(program);
+    }
     while (QueryImagePaths() < kZones) Sleep(100);
     Sleep(2'000);  // until all of them sleep
-    std::wstring problems;
     const auto refresh = [&] {
+        std::wstring problems;
         if (DiscoverGameServers(kServerName, problems).size() != kZones)
             throw std::runtime_error("zones are missing");
     };
-    const auto bare = [] {
+    const auto find = [&] {
         if (QueryImagePaths() != kZones) throw std::runtime_error("processes are missing");
     };
-    PrintRatio("refresh with 64 running zones", "ms",
-               Compare(
-                   41, [&] { return Milliseconds(refresh); }, [&] { return Milliseconds(bare); }),
-               1.5);
-    PrintRatio("  against the same and reading the 128 files once", "ms",
-               Compare(
-                   41, [&] { return Milliseconds(refresh); },
-                   [&] { return Milliseconds([&] { bare(), zones.ReadFiles(); }); }));
-    PrintRatio("  of that, finding the processes", "ms",
-               Compare(
-                   41, [&] { return Milliseconds([] { EnumerateServerProcesses(kServerName); }); },
-                   [&] { return Milliseconds(bare); }));
+    const auto findAndRead = [&] {
+        find();
+        for (int zone = 0; zone < kZones; ++zone) ReadBothFiles(folder.At(L"zone" + std::to_wstring(zone)));
+    };
+    PrintRatio("refresh with 64 running zones", CompareTimes(41, 1, refresh, findAndRead), 1.05);
+    PrintRatio("  of that, finding the processes",
+               CompareTimes(
+                   41, 1, [] { EnumerateServerProcesses(kServerName); }, find));
 }
 
-// ---- filling a list -------------------------------------------------------------------------------------
-
-struct Texts {
-    std::wstring id, characterA, characterB, accountA, accountB;
-};
-
-std::vector<Texts> SomeTexts(int count) {
-    std::vector<Texts> texts;
-    for (int i = 0; i < count; ++i) {
-        const std::wstring number = std::to_wstring(i);
-        texts.push_back({std::to_wstring(10'000'000 + i), L"角色" + number, L"角色" + number,
-                         L"account" + number, L"account" + number});
-    }
-    return texts;
-}
+constexpr const wchar_t* kCells[] = {L"10000001", L"角色12345", L"角色12345", L"account12345",
+                                     L"account12345"};
 
 // The list as the repair window has it, in a window that can be seen.
-class VisibleList {
-public:
-    VisibleList() {
-        window_ = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
-                                  nullptr, nullptr, nullptr);
-        constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
-        constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
-        CreateControls(window_, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
-        list_ = GetDlgItem(window_, 1);
-        constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
-        SetUpList(list_, kColumns);
-        Paint();
-    }
-    ~VisibleList() { DestroyWindow(window_); }
-    VisibleList(const VisibleList&) = delete;
-    VisibleList& operator=(const VisibleList&) = delete;
+HWND CreateVisibleList() {
+    const HWND window = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
+                                        nullptr, nullptr, nullptr);
+    constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
+    constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
+    CreateControls(window, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
+    constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
+    SetUpList(GetDlgItem(window, 1), kColumns);
+    return GetDlgItem(window, 1);
+}
 
-    HWND Handle() const noexcept { return list_; }
+// A program that fills lists also answers its messages.
+void Paint(HWND list) {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    UpdateWindow(list);
+}
 
-    // A program that fills lists also answers its messages.
-    void Paint() const {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-        UpdateWindow(list_);
-    }
-
-private:
-    HWND window_ = nullptr;
-    HWND list_ = nullptr;
-};
-
-void FillNaively(HWND list, const std::vector<Texts>& texts) {
-    int row = 0;
-    for (const Texts& text : texts) {
+void FillNaively(HWND list, int rows) {
+    for (int cell = 0; cell < rows * 5; ++cell) {
         LVITEMW item = {};
         item.mask = LVIF_TEXT;
-        item.iItem = row++;
-        for (const std::wstring* cell :
-             {&text.id, &text.characterA, &text.characterB, &text.accountA, &text.accountB}) {
-            item.pszText = const_cast<wchar_t*>(cell->c_str());
-            SendMessageW(list, item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW, 0,
-                         reinterpret_cast<LPARAM>(&item));
-            ++item.iSubItem;
-        }
+        item.iItem = cell / 5;
+        item.iSubItem = cell % 5;
+        item.pszText = const_cast<wchar_t*>(kCells[cell % 5]);
+        SendMessageW(list, item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW, 0,
+                     reinterpret_cast<LPARAM>(&item));
     }
 }
 
 void MeasureListFilling() {
-    // A naive insertion takes minutes for all rows: it gets off with a twentieth of them.
     constexpr int kRows = 20'000;
-    constexpr int kNaiveRows = kRows / 20;
-    const std::vector<Texts> texts = SomeTexts(kRows), fewTexts = SomeTexts(kNaiveRows);
-    const VisibleList list;
-    const auto ours = [&] {
+    const HWND list = CreateVisibleList();
+    const auto fill = [&] {
         {
-            ListFill rows(list.Handle(), texts.size());
-            for (const Texts& text : texts) {
-                rows.AddRow({text.id.c_str(), text.characterA.c_str(), text.characterB.c_str(),
-                             text.accountA.c_str(), text.accountB.c_str()});
-            }
+            ListFill rows(list, kRows);
+            for (int i = 0; i < kRows; ++i)
+                rows.AddRow({kCells[0], kCells[1], kCells[2], kCells[3], kCells[4]});
         }
-        list.Paint();
+        Paint(list);
     };
-    const auto naive = [&] {
-        FillNaively(list.Handle(), fewTexts);
-        list.Paint();
+    // A naive insertion takes minutes for all rows: it gets off with a twentieth of them.
+    const auto fillNaively = [&] {
+        FillNaively(list, kRows / 20);
+        Paint(list);
     };
-    const auto onEmptyList = [&](const auto& action) {
-        SendMessageW(list.Handle(), LVM_DELETEALLITEMS, 0, 0);
-        list.Paint();
-        return Milliseconds(action);
+    const auto empty = [&] {
+        SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+        Paint(list);
     };
-    PrintRatio("filling the list: 20,000 rows, naively 1,000 rows", "ms",
-               Compare(
-                   3, [&] { return onEmptyList(ours); }, [&] { return onEmptyList(naive); }),
-               0.5);
+    PrintRatio("filling the list: 20,000 rows, naively 1,000 rows",
+               CompareTimes(3, 1, fill, fillNaively, empty), 0.5);
 }
-
-// ---- ranking candidate columns --------------------------------------------------------------------------
 
 void MeasureRanking() {
     constexpr int kColumns = 5'000;
@@ -301,39 +199,29 @@ void MeasureRanking() {
     for (int i = 0; i < kColumns; ++i) {
         columns.push_back({L"dbo", kTables[i % 4] + std::to_wstring(i / 20), kNames[i % 5], 0, false});
     }
-    const auto rank = [&](std::vector<AccountSource>& candidates) {
+    std::vector<AccountSource> candidates;
+    const auto rank = [&] {
         for (AccountSource& candidate : candidates) {
             if (!IsSensitiveColumnName(candidate.column)) candidate.score = ScoreAccountCandidate(candidate);
         }
         RankAccountCandidates(candidates);
     };
-    const auto measure = [&] {
-        std::vector<AccountSource> candidates = columns;
-        return Milliseconds([&] { rank(candidates); });
-    };
-    PrintValue("scoring and sorting 5,000 columns", "ms", Compare(51, measure, measure).ours, 10);
-    std::vector<AccountSource> candidates = columns;
-    const Allocations allocations = CountAllocations([&] { rank(candidates); });
-    PrintValue("  allocations per column (31 rules' words)", "",
-               static_cast<double>(allocations.calls) / kColumns, 3.1);
+    const Comparison times = CompareTimes(25, 1, rank, rank, [&] { candidates = columns; });
+    PrintValue("scoring and sorting 5,000 columns", Median(times.ours), "ms", 10);
+    candidates = columns;
+    PrintValue("  allocations per column (31 rules' words)", AllocationsOf(rank).calls / kColumns, "", 3.1);
 }
 
 }  // namespace
 
-int wmain() {
-    try {
-        constexpr size_t kSmall = 4 << 10, kLarge = 10 << 20;
-        MeasureReading("reading one zone: two files of 4 KB", Json(kSmall), Ini(kSmall), 51, 20);
-        MeasureReading("reading one zone: Config.Json of 10 MB", Json(kLarge), Ini(kSmall), 15, 1);
-        MeasureReading("reading one zone: Config.ini of 10 MB", Json(kSmall), Ini(kLarge), 15, 1);
-        MeasureReading("  the same when Config.Json gives no name", Json(kSmall, "\"None\": 0"), Ini(kLarge),
-                       7, 1, 0);
-        MeasureRefresh();
-        MeasureListFilling();
-        MeasureRanking();
-        return 0;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+void Measure() {
+    constexpr size_t kSmall = 4 << 10, kLarge = 10 << 20;
+    MeasureReading("reading one zone: two files of 4 KB", Json(kSmall), Ini(kSmall), 51, 20);
+    MeasureReading("reading one zone: Config.Json of 10 MB", Json(kLarge), Ini(kSmall), 15, 1);
+    MeasureReading("reading one zone: Config.ini of 10 MB", Json(kSmall), Ini(kLarge), 15, 1);
+    MeasureReading("  the same when Config.Json gives no name", Json(kSmall, "\"None\": 0"), Ini(kLarge), 7,
+                   1, 0);
+    MeasureRefresh();
+    MeasureListFilling();
+    MeasureRanking();
 }

@@ -34,7 +34,8 @@ bool HasServerConfigFiles(const std::wstring& directory) {
 
 bool FindServerConfigDirectory(std::wstring_view imagePath, std::wstring& directory) {
     for (std::wstring& candidate : ConfigDirectoryCandidates(imagePath)) {
-        if (!IsDirectory(candidate) || !HasServerConfigFiles(candidate)) continue;
+        // What holds files is a directory; the empty path would stand for the current one.
+        if (candidate.empty() || !HasServerConfigFiles(candidate)) continue;
         directory = std::move(candidate);
         return true;
     }

@@ -12,31 +12,18 @@ FileHandle Open(const std::wstring& path, DWORD access, DWORD flags) noexcept {
     return FileHandle(CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr));
 }
 
-enum class PathKind { None, File, Directory };
-
-PathKind KindByAttributes(DWORD attributes) noexcept {
-    return (attributes & FILE_ATTRIBUTE_DIRECTORY) ? PathKind::Directory : PathKind::File;
-}
-
-PathKind KindOf(const std::wstring& path) noexcept {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES) return PathKind::None;
-    if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return KindByAttributes(attributes);
-    // Opening follows links and junctions; directories can be opened only with BACKUP_SEMANTICS.
-    const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
-    BY_HANDLE_FILE_INFORMATION info;
-    if (!file || !GetFileInformationByHandle(file.Get(), &info)) return PathKind::None;
-    return KindByAttributes(info.dwFileAttributes);
-}
-
 }  // namespace
 
 bool IsRegularFile(const std::wstring& path) noexcept {
-    return KindOf(path) == PathKind::File;
-}
-
-bool IsDirectory(const std::wstring& path) noexcept {
-    return KindOf(path) == PathKind::Directory;
+    BY_HANDLE_FILE_INFORMATION info = {};
+    info.dwFileAttributes = GetFileAttributesW(path.c_str());
+    if (info.dwFileAttributes == INVALID_FILE_ATTRIBUTES) return false;
+    if (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
+        // Opening follows links and junctions; directories can be opened only with BACKUP_SEMANTICS.
+        const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
+        if (!file || !GetFileInformationByHandle(file.Get(), &info)) return false;
+    }
+    return !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
 std::string ReadWholeFile(const std::wstring& path) {

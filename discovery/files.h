@@ -6,9 +6,6 @@
 /// determined counts as missing.
 bool IsRegularFile(const std::wstring& path) noexcept;
 
-/// The same for a directory.
-bool IsDirectory(const std::wstring& path) noexcept;
-
 /// All bytes of a file. It may be open elsewhere, also for writing: a game server keeps its files open.
 /// @throws RuntimeError "read failed" when it cannot be opened or read to its end.
 std::string ReadWholeFile(const std::wstring& path);

@@ -14,23 +14,41 @@ std::vector<std::wstring> ListDatabases(SQLHDBC connection) {
     return names;
 }
 
-std::vector<DuplicateRole> FindDuplicateRoles(SQLHDBC connection, const std::wstring& databaseA,
-                                              const std::wstring& databaseB) {
+DuplicateRole DuplicateRoles::operator[](size_t index) const {
+    const wchar_t* text = blocks_[index / kRolesInBlock].c_str() + starts_[index];
+    DuplicateRole role;
+    for (std::wstring* field : {&role.userId, &role.characterA, &role.accountA, &role.serverIdA,
+                                &role.characterB, &role.accountB, &role.serverIdB}) {
+        *field = text;
+        text += field->size() + 1;
+    }
+    return role;
+}
+
+DuplicateRoles::operator std::vector<DuplicateRole>() const {
+    std::vector<DuplicateRole> roles;
+    roles.reserve(size());
+    for (size_t i = 0; i < size(); ++i) roles.push_back((*this)[i]);
+    return roles;
+}
+
+void DuplicateRoles::Add(const std::array<std::wstring_view, 7>& texts) {
+    if (size() % kRolesInBlock == 0) blocks_.emplace_back();
+    std::wstring& block = blocks_.back();
+    starts_.push_back(block.size());
+    for (const std::wstring_view text : texts) block.append(text).push_back(L'\0');
+}
+
+DuplicateRoles FindDuplicateRoles(SQLHDBC connection, const std::wstring& databaseA,
+                                  const std::wstring& databaseB) {
     constexpr size_t kIdUnits = 50;
     const OdbcStatement statement =
         ExecuteDirect(connection, DuplicateIdsSql(IdKind::Role, databaseA, databaseB), true);
     TextColumns row(statement.Get(), 7);
-    std::vector<DuplicateRole> roles;
+    DuplicateRoles roles;
     while (FetchCompleteRow(statement.Get())) {
-        // Filled in place: a list of thousands is not also moved text by text.
-        DuplicateRole& role = roles.emplace_back();
-        role.userId = TrimView(row.Text(0).substr(0, kIdUnits));
-        role.characterA = row.Text(1);
-        role.accountA = row.Text(2);
-        role.serverIdA = row.Text(3);
-        role.characterB = row.Text(4);
-        role.accountB = row.Text(5);
-        role.serverIdB = row.Text(6);
+        roles.Add({TrimView(row.Text(0).substr(0, kIdUnits)), row.Text(1), row.Text(2), row.Text(3),
+                   row.Text(4), row.Text(5), row.Text(6)});
     }
     return roles;
 }

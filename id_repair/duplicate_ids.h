@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "db/odbc_handles.h"
@@ -22,6 +24,25 @@ struct DuplicateRole {
     std::wstring serverIdB;
 };
 
+/// The character IDs found in both databases. There can be tens of thousands: their texts are kept in a few
+/// large blocks, which takes less than half the memory of as many strings and little of their time, and an
+/// element is made when it is asked for.
+class DuplicateRoles {
+public:
+    size_t size() const noexcept { return starts_.size(); }
+    bool empty() const noexcept { return starts_.empty(); }
+    DuplicateRole operator[](size_t index) const;
+    operator std::vector<DuplicateRole>() const;
+
+    /// Appends an element: its texts in the order of DuplicateRole, without U+0000.
+    void Add(const std::array<std::wstring_view, 7>& texts);
+
+private:
+    static constexpr size_t kRolesInBlock = 256;
+    std::vector<std::wstring> blocks_;  // each text with its terminator
+    std::vector<size_t> starts_;        // of each element in its block
+};
+
 /// One guild ID found in both databases.
 struct DuplicateGuild {
     std::wstring guildId;  // sGuildID of A, exactly as read
@@ -33,8 +54,8 @@ struct DuplicateGuild {
 std::vector<std::wstring> ListDatabases(SQLHDBC connection);
 
 /// The character IDs that occur in both databases, by ascending ID. Texts are cut after 255 UTF-16 units.
-std::vector<DuplicateRole> FindDuplicateRoles(SQLHDBC connection, const std::wstring& databaseA,
-                                              const std::wstring& databaseB);
+DuplicateRoles FindDuplicateRoles(SQLHDBC connection, const std::wstring& databaseA,
+                                  const std::wstring& databaseB);
 
 /// The same for guild IDs.
 std::vector<DuplicateGuild> FindDuplicateGuilds(SQLHDBC connection, const std::wstring& databaseA,

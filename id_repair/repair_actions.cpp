@@ -76,7 +76,7 @@ void RepairWindow::OnAnalyzeSelected() {
     RunAction(L"分析失败：", [this, index] {
         const RepairConnectionForm form = ReadRepairForm();
         const RepairDirection direction = ReadDirection(form);
-        const std::wstring& oldId = duplicateRoles_[static_cast<size_t>(index)].userId;
+        const std::wstring oldId = duplicateRoles_[static_cast<size_t>(index)].userId;
         ShowStatus(L"正在分析目标库中这个角色的关联字段...");
         const ShownCursor waiting(IDC_WAIT);
         const DisabledButtons disabled(Handle(), kAnalysisActions);
@@ -93,7 +93,6 @@ void RepairWindow::OnAnalyzeSelected() {
 void RepairWindow::OnRepairSelected() {
     const int index = SelectedDuplicateIndex();
     if (index < 0) return ShowStatus(L"请先在重复列表中选择一个角色。");
-    // A copy: the detection at the end replaces the list.
     const std::wstring oldId = duplicateRoles_[static_cast<size_t>(index)].userId;
     RunAction(L"修复失败，已尝试回滚：", [this, &oldId] { RepairRole(ReadRepairForm(), oldId); });
 }

@@ -153,7 +153,8 @@ void RepairWindow::OnRoleSelected() {
 void RepairWindow::FillDuplicateRoleList() {
     {
         ListFill rows(Control(kRoleList), duplicateRoles_.size());
-        for (const DuplicateRole& role : duplicateRoles_) {
+        for (size_t i = 0; i < duplicateRoles_.size(); ++i) {
+            const DuplicateRole role = duplicateRoles_[i];
             rows.AddRow({role.userId.c_str(), role.characterA.c_str(), role.characterB.c_str(),
                          role.accountA.c_str(), role.accountB.c_str()});
         }

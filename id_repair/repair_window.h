@@ -59,6 +59,6 @@ private:
     ProgressObserver ShowProgress() const;
 
     std::unique_ptr<RepairWindowParams> params_;
-    std::vector<DuplicateRole> duplicateRoles_;  // row i of the list is element i
+    DuplicateRoles duplicateRoles_;  // row i of the list is element i
     std::vector<DuplicateGuild> duplicateGuilds_;
 };

@@ -16,6 +16,7 @@ namespace {
 // runs under the name that they look for.
 struct Windows {
     TempDirectory place;
+    TaskbarProgress taskbar;
     std::shared_ptr<QueryWindow> object;
     HWND query = nullptr, repair = nullptr;
 
@@ -23,7 +24,7 @@ struct Windows {
         place.Write(folder + L"\\QuerySettings.ini", "[Query]\nM2ProcessName=nobody.exe\nAccountField=F\n");
         const std::filesystem::path previous = std::filesystem::current_path();
         std::filesystem::current_path(place.At(folder));
-        object = QueryWindow::Open(GetModuleHandleW(nullptr), SW_SHOW);
+        object = QueryWindow::Open(GetModuleHandleW(nullptr), SW_SHOW, taskbar);
         std::filesystem::current_path(previous);
         query = object->Handle();
         desk::Press(desk::Child(query, kRepairToolButton));

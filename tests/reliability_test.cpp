@@ -1,5 +1,4 @@
 #include "account_query/query_layout.h"
-#include "bench/bare_odbc.h"
 #include "discovery/files.h"
 #include "tests/support/desk_fixture.h"
 #include "tests/support/process_watch.h"
@@ -104,6 +103,34 @@ TEST_CASE("a server that goes away at any step of a repair leaves data and windo
     CheckPasswordIsHidden(story);
 }
 
+// The calls behind the events of one query on one connection, and nothing else: what the driver manager gains
+// by them is not the tool's.
+static void RepeatCalls(const std::vector<std::wstring>& events, std::wstring pattern) {
+    SQLHANDLE environment, connection, statement;
+    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
+    SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
+    for (const std::wstring& event : events) {
+        if (event.starts_with(L"connect ")) {
+            std::wstring text = BuildConnectionString(kDefaultDrivers[0], SettingsFor(event.substr(8)), 5);
+            REQUIRE(SQL_SUCCEEDED(SQLDriverConnectW(connection, nullptr, text.data(), SQL_NTS, nullptr, 0,
+                                                    nullptr, SQL_DRIVER_NOPROMPT)));
+        } else if (event.starts_with(L"execute ")) {
+            SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+            SQLLEN length = SQL_NTS;
+            SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, pattern.size(), 0,
+                             pattern.data(), 0, &length);
+            REQUIRE(SQL_SUCCEEDED(
+                SQLExecDirectW(statement, OdbcText(event.c_str() + wcslen(L"execute ")), SQL_NTS)));
+            while (SQLFetch(statement) != SQL_NO_DATA) continue;
+            SQLFreeHandle(SQL_HANDLE_STMT, statement);
+        }
+    }
+    SQLDisconnect(connection);
+    SQLFreeHandle(SQL_HANDLE_DBC, connection);
+    SQLFreeHandle(SQL_HANDLE_ENV, environment);
+}
+
 TEST_CASE("windows repaints and queries leave memory flat and no drawing object behind") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const RepairDesk story;
@@ -115,11 +142,9 @@ TEST_CASE("windows repaints and queries leave memory flat and no drawing object 
         RedrawWindow(desk.Window(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
     };
     const auto query = [&] { desk.Query(L"zh"); };
-    const std::vector<BareStep> steps = StepsOf(EventsOf(query), [](const std::wstring& name) {
-        return BuildConnectionString(kDefaultDrivers.front(), SettingsFor(name), 5);
-    });
+    const std::vector<std::wstring> events = EventsOf(query);
     CHECK(desk.Status().starts_with(L"查询完成，匹配到 2 个账号"));
-    const long long bare = Growth(GetCurrentProcessId(), 150, [&] { Replay(steps, L"%zh%"); });
+    const long long bare = Growth(GetCurrentProcessId(), 150, [&] { RepeatCalls(events, L"%zh%"); });
     CHECK(Growth(tool, 150, query) <= bare + 128 * 1024);
     CHECK(Growth(tool, 500, repaint) <= 128 * 1024);
     open();
