@@ -29,7 +29,7 @@ constexpr const char* kInstall[] = {
     R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
     R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
     R"(CREATE VIEW IF NOT EXISTS "~tables" AS SELECT name AS stored, substr(name, 1, instr(name, char(31)) - 1) AS db,
-    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND name LIKE '%' || char(31) || '%')",
+    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND instr(name, char(31)))",
     R"(CREATE VIEW IF NOT EXISTS "~columns" AS SELECT db COLLATE MS AS TABLE_CATALOG,
     substr(rest, 1, instr(rest, char(31)) - 1) COLLATE MS AS TABLE_SCHEMA,
     substr(rest, instr(rest, char(31)) + 1) COLLATE MS AS TABLE_NAME, c.name COLLATE MS AS COLUMN_NAME,

@@ -67,7 +67,8 @@ Cell LikeFunction(int count, sqlite3_value** values) {
     std::u16string escape(1, u'\0');
     if (count == 3) escape = ToUtf16(ValueText(values[2]));
     if (escape.size() != 1) Fail(kEscape, ValueText(values[2]));
-    return std::int64_t{LikeMatches(ToUtf16(ValueText(values[1])), ToUtf16(ValueText(values[0])), escape[0])};
+    const std::u16string value = ToUtf16(ValueText(values[1])), pattern = ToUtf16(ValueText(values[0]));
+    return std::int64_t{LikeMatches(value, pattern, escape[0])};
 }
 
 int Collate(void*, int aSize, const void* a, int bSize, const void* b) noexcept {

@@ -92,6 +92,8 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string ToUtf16(std::string_view utf8) {
+    const bool plain = std::all_of(utf8.begin(), utf8.end(), [](char c) { return (c & 0x80) == 0; });
+    if (plain) return {utf8.begin(), utf8.end()};  // most texts are, and ICU takes its time
     const icu::UnicodeString text =
         icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
     return {text.getBuffer(), static_cast<std::size_t>(text.length())};

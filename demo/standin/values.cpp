@@ -109,17 +109,9 @@ bool FitsUncut(const Type& from, const Type& to) noexcept {
 Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut) {
     const Type to{&kWords[type], length};
     if (std::holds_alternative<std::monostate>(cell)) return cell;
-    switch (to.word->family) {
-        case Family::kText:
-            return ToText(cell, to, mayCut);
-        case Family::kInteger:
-            return ToInteger(cell, *to.word);
-        case Family::kDecimal:
-            return ToDecimal(cell, to.length);
-        case Family::kTime:
-            break;
-    }
-    return cell;
+    if (to.word->family == Family::kText) return ToText(cell, to, mayCut);
+    if (to.word->family == Family::kInteger) return ToInteger(cell, *to.word);
+    return to.word->family == Family::kDecimal ? ToDecimal(cell, to.length) : cell;
 }
 
 Cell Calculate(char sign, const Cell& left, const Cell& right) {
