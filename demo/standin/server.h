@@ -24,6 +24,26 @@ std::string FindServer(const std::string& server);
 
 /// One login on one server: a connection to the server's file, the current database and the transaction.
 ///
+/// What this stand-in does differently from SQL Server, as far as it is known:
+/// - It knows the statements of the tool, its samples, tests and measurements, and refuses all others with an
+/// error.
+///   Statements of a batch are parted by semicolons; an INSERT lists its columns. Mistakes that are neither
+///   207 nor 208 are all 102.
+/// - One transaction at a time writes on a server; readers wait for nobody and see what was committed last.
+/// Table hints
+///   change nothing but the trace. Every statement of a transaction takes the write lock.
+/// - A batch has results of its queries alone; an error of a later statement is told by the call that reaches
+/// it.
+/// - The collation is ICU's, names of tables and columns fold A to Z alone, and a schema exists without
+/// CREATE SCHEMA.
+/// - Two values of different types are compared as SQLite does it; ntext is compared and sorted like other
+/// text.
+/// - Columns beside an aggregate, and a condition in the place of a truth value, are accepted.
+/// - datetime keeps the text that was stored; whole numbers are calculated in 64 bits; a decimal has no
+/// places behind
+///   the point, and is refused under -9223372036854775808; DEFAULT is stored as it is written.
+/// - A lock that is not got in time is HYT00; a lone surrogate becomes U+FFFD; any text fits into varchar.
+///
 /// All databases of a server lie in one SQLite file: SQLite admits few attached files, and none inside a
 /// transaction. A table is stored under the names of its database, its schema and itself, joined with U+001F,
 /// declared with T-SQL's own type words.
@@ -81,7 +101,7 @@ private:
 
 struct Rewritten {
     std::string sql;
-    std::string hints;  // of its tables, in upper case, joined by commas
+    std::string hints;  // of its tables, in upper case: "UPDLOCK,HOLDLOCK"
 };
 
 /// Rewrites one SELECT, INSERT, UPDATE or DELETE, or the condition of an IF as a query for 1 or 0.
