@@ -207,7 +207,6 @@ void AlterDatabase(Session& session, TokenReader& in) {
 /// Runs CREATE, ALTER or DROP, whose word is taken already.
 void Define(Session& session, TokenReader& in, const std::string& verb) {
     if (in.TakeIf("DATABASE")) {
-        if (session.IsManual()) Fail(kInTransaction, verb);
         if (verb == "ALTER") return AlterDatabase(session, in);
         const std::string name = in.TakeName();
         if (verb == "DROP") return session.DropDatabase(name);

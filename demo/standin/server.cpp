@@ -129,7 +129,7 @@ std::string Session::Stored(const Name& name) {
 
 std::string Session::Table(const Name& name) {
     std::string stored = Stored(name);
-    if (!db_.HasTable(stored)) Fail(View(name) ? kSystemObject : kUnknownObject, name.back());
+    if (!db_.HasTable(stored)) Fail(kUnknownObject, name.back());
     return stored;
 }
 
@@ -154,7 +154,6 @@ void Session::CreateDatabase(const std::string& name) {
 void Session::DropDatabase(const std::string& name) {
     const auto database = Find(name);
     if (!database) Fail(kCannotDrop, name);
-    if (database->name == current_) Fail(kInUse, name);
     std::vector<std::string> tables;
     {
         const SqliteStmt stmt =

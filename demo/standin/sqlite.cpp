@@ -77,15 +77,11 @@ int Collate(void*, int aSize, const void* a, int bSize, const void* b) noexcept 
 }
 
 /// What SQLite's codes mean; of the extended ones only those that are told apart.
-struct CodeRow {
-    int code;
-    const Error& error;
-};
-constexpr CodeRow kCodes[] = {{SQLITE_BUSY, kLockTimeout},
-                              {SQLITE_CONSTRAINT_NOTNULL, kNotNull},
-                              {SQLITE_CONSTRAINT_PRIMARYKEY, kPrimaryKey},
-                              {SQLITE_CONSTRAINT_ROWID, kPrimaryKey},
-                              {SQLITE_CONSTRAINT_UNIQUE, kUniqueIndex}};
+constexpr std::pair<int, const Error*> kCodes[] = {{SQLITE_BUSY, &kLockTimeout},
+                                                   {SQLITE_CONSTRAINT_NOTNULL, &kNotNull},
+                                                   {SQLITE_CONSTRAINT_PRIMARYKEY, &kPrimaryKey},
+                                                   {SQLITE_CONSTRAINT_ROWID, &kPrimaryKey},
+                                                   {SQLITE_CONSTRAINT_UNIQUE, &kUniqueIndex}};
 
 }  // namespace
 
@@ -188,8 +184,8 @@ void Sqlite::RunAtomically(const std::function<void()>& work) {
 
 void Sqlite::Throw(int code, const std::string& sql) {
     if (failure_) throw *std::exchange(failure_, std::nullopt);
-    for (const CodeRow& row : kCodes) {
-        if (row.code == code || row.code == (code & 0xFF)) Fail(row.error);
+    for (const auto& [known, error] : kCodes) {
+        if (known == code || known == (code & 0xFF)) Fail(*error);
     }
     const int at = sqlite3_error_offset(db_.get());
     if (sql.empty() || at < 0) Fail(kStatementFailed, sqlite3_errmsg(db_.get()));
