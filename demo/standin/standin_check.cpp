@@ -137,18 +137,16 @@ struct Client {
     std::string records;
 };
 
-/// A client, and two databases of its own with tables like the game's.
+/// A client, and a database of its own with tables like the game's.
 struct World : Client {
     World() {
-        for (const std::string name : {"GameA", "GameB"}) {
-            Run("DROP DATABASE " + name);
-            REQUIRE(Run("CREATE DATABASE [" + name + "] COLLATE Chinese_PRC_CI_AS") == "");
-            REQUIRE(Run("CREATE TABLE [" + name + "].[dbo].[Roles](ID char(20) NULL, Name nvarchar(30), " +
-                        "Account varchar(50), Zone int DEFAULT 7); CREATE TABLE [" + name +
-                        "].dbo.Guilds(ID nvarchar(50) NOT NULL PRIMARY KEY, Name nvarchar(9) COLLATE " +
-                        "Chinese_PRC_CI_AS, Notes ntext NULL)") == "");
-        }
-        REQUIRE(Run("USE GameA") == "");
+        Run("DROP DATABASE GameA");
+        REQUIRE(Run("CREATE DATABASE [GameA] COLLATE Chinese_PRC_CI_AS; USE GameA") == "");
+        REQUIRE(Run("CREATE TABLE [GameA].[dbo].[Roles](ID char(20) NULL, Name nvarchar(30), Account "
+                    "varchar(50), "
+                    "Zone int DEFAULT 7); CREATE TABLE Guilds(ID nvarchar(50) NOT NULL PRIMARY KEY, Name "
+                    "nvarchar(9) "
+                    "COLLATE Chinese_PRC_CI_AS, Notes ntext NULL)") == "");
     }
 };
 
@@ -156,17 +154,15 @@ void WriteFile(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
+std::string ReadFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 void MakeServer(const std::string& name) {
     fs::create_directories(root / name);
     WriteFile(root / name / "server.conf", "user=sa\npassword=p;w}1\n");
 }
-
-const char* const kDuplicates =
-    "SELECT DISTINCT a.ID, a.Name, b.Name, b.Zone FROM [GameA].[dbo].[Roles] a JOIN [GameB].[dbo].[Roles] b "
-    "ON "
-    "a.ID COLLATE DATABASE_DEFAULT = b.ID COLLATE DATABASE_DEFAULT WHERE a.ID IS NOT NULL AND "
-    "LTRIM(RTRIM(a.ID)) "
-    "<> N'' ORDER BY a.ID";
 
 }  // namespace
 
@@ -182,17 +178,15 @@ TEST_CASE("connecting") {
 
 TEST_CASE("databases, schemas, tables and columns") {
     World().CheckLines(R"(
-        ALTER DATABASE [GameB] SET OFFLINE WITH ROLLBACK IMMEDIATE =>
+        CREATE DATABASE GameB; ALTER DATABASE [GameB] SET OFFLINE WITH ROLLBACK IMMEDIATE =>
         SELECT name FROM sys.databases WHERE database_id > 4 AND state_desc = 'online' ORDER BY name => GameA;
         SELECT 1 FROM [GameB].dbo.Roles => 42000 942
         SELECT 1 FROM [GameC].dbo.Roles => 42S02 208
         USE GameC => 42000 911
         ALTER DATABASE [GameB] SET ONLINE; ALTER DATABASE GameB SET SINGLE_USER WITH ROLLBACK IMMEDIATE; =>
         SELECT name FROM sys.databases WHERE database_id > 4 ORDER BY name DESC => GameB;GameA;
-        CREATE SCHEMA [邮件] =>
-        CREATE TABLE [邮件].[a]]b](收件ID nvarchar(9) NULL, n int NOT NULL IDENTITY(1, 1) PRIMARY KEY) =>
+        CREATE SCHEMA [邮件]; CREATE TABLE [邮件].[a]]b](收件ID nvarchar(9) NULL, n int NOT NULL IDENTITY(1, 1) PRIMARY KEY) =>
         SELECT TABLE_SCHEMA, COLUMN_NAME, DATA_TYPE FROM [gamea].INFORMATION_SCHEMA.COLUMNS WHERE TABLE_NAME LIKE N'A]B' ORDER BY ORDINAL_POSITION => 邮件|收件ID|nvarchar;邮件|n|int;
-        SELECT COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS WHERE DATA_TYPE IN (N'char',N'INT') AND TABLE_SCHEMA NOT IN (N'邮件') => ID;Zone;
         INSERT INTO [邮件].[a]]b] (收件ID) VALUES (N'x'), (N'y') =>
         SELECT n, 收件id FROM [邮件].[a]]b] /* both */ -- comments => 1|x;2|y;
         IF DB_ID(N'gameb') IS NOT NULL DROP DATABASE [GameB]; IF DB_ID(N'x') > 0 DROP DATABASE x =>
@@ -201,16 +195,12 @@ TEST_CASE("databases, schemas, tables and columns") {
 }
 
 TEST_CASE("text is compared and sorted as Chinese_PRC_CI_AS does") {
-    World world;
-    world.CheckLines(R"(
-        INSERT INTO [GameA].dbo.Roles (ID, Name, Zone) VALUES (N'1001', N'张三', 1), ('ab', 'x', 2), ('  ', N'', 3) =>
-        INSERT INTO [GameB].[dbo].[Roles] (ID, Name) VALUES (N'1001', 'b'), ('AB', NULL), (N'', N''); =>
-    )");
-    CHECK(world.Run(kDuplicates) == "1001                |张三|b|7;ab                  |x|~|7;");
-    world.CheckLines(R"(
-        INSERT INTO Guilds (ID) VALUES (N'张'), (N'阿'), ('z'), (N'李'), ('2'), ('_'), ('B'), ('a'), ('a2') =>
-        SELECT ID FROM Guilds ORDER BY ID => _;2;a;a2;B;z;阿;李;张;
-        SELECT ID FROM Guilds WHERE ID = N'Ａ２  ' => a2;
+    World().CheckLines(R"(
+        INSERT INTO Roles (ID, Name) VALUES (N'1001', N'张三'), ('ab', NULL), ('  ', N'') =>
+        INSERT INTO Guilds (ID) VALUES (N'张'), (N'阿'), ('z'), (N'李'), ('2'), ('_'), ('B'), ('a'), ('AB'), (N'1001 ') =>
+        SELECT DISTINCT a.ID, a.Name, b.ID FROM [GameA].[dbo].[Roles] a JOIN Guilds b ON a.ID COLLATE DATABASE_DEFAULT = b.ID COLLATE DATABASE_DEFAULT WHERE LTRIM(RTRIM(a.ID)) <> N'' ORDER BY a.ID => 1001                |张三|1001 ;ab                  |~|AB;
+        SELECT ID FROM Guilds ORDER BY ID => _;1001 ;2;a;AB;B;z;阿;李;张;
+        SELECT ID FROM Guilds WHERE ID = N'ａｂ  ' => AB;
         SELECT 1 WHERE N'Ω' = N'ω' AND N'か' = N'カ' AND N'é' <> N'e' AND 'a' <> ' a' AND 'a' COLLATE DATABASE_DEFAULT = 'A' => 1;
         SELECT 1 WHERE NULL = NULL OR NULL <> 1 =>
     )");
@@ -238,25 +228,20 @@ TEST_CASE("the largest number is exact, and too large for 64 bits at most when i
     CHECK(world.Run("SELECT CONVERT(DECIMAL(38,0), N' -12 ')") == "-12;");
 }
 
-TEST_CASE("a prepared search with a pattern") {
+TEST_CASE("a parameter has the size of its column") {
     World world;
-    world.Run("INSERT INTO Roles(Account) VALUES ('100%'), ('1000'), ('a_b'), ('A[b'), (N'玩家'), (NULL)");
+    world.Run("INSERT INTO Roles(Account) VALUES ('100%'), ('1000'), (N'玩家'), (NULL)");
     const auto search = [&](std::u16string pattern, SQLULEN size) {
         Statement statement(world.dbc);
         std::u16string sql =
-            u"SELECT TOP (2) CAST([Account] AS NVARCHAR(128)) AS account FROM [dbo].[Roles] WHERE "
-            u"CAST([Account] AS NVARCHAR(128)) LIKE ? ESCAPE N'\\' ORDER BY [Account] ASC";
-        CHECK(SQLPrepareW(statement.handle, Wide(sql.data()), SQL_NTS) == SQL_SUCCESS);
-        CHECK(SQLBindParameter(statement.handle, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, size, 0,
-                               pattern.data(), 0, nullptr) == SQL_SUCCESS);
+            u"SELECT TOP (1) Account FROM Roles WHERE Account LIKE ? ESCAPE N'\\' ORDER BY ID ASC";
+        SQLPrepareW(statement.handle, Wide(sql.data()), SQL_NTS);
+        SQLBindParameter(statement.handle, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, size, 0,
+                         pattern.data(), 0, nullptr);
         return SQLExecute(statement.handle) == SQL_SUCCESS ? statement.Rows() : statement.Error();
     };
-    CHECK(search(u"%100\\%%", 7) == "100%;");
-    CHECK(search(u"%\\_%", 4) == "a_b;");
-    CHECK(search(u"%a\\[B%", 6) == "A[b;");
-    CHECK(search(u"%玩%", 3) == "玩家;");
-    CHECK(search(u"%_%", 3) == "100%;1000;");
-    CHECK(search(u"%none%", 6) == "");
+    CHECK(search(u"%00\\%", 5) == "100%;");
+    CHECK(search(u"%家%", 3) == "玩家;");
     CHECK(search(u"%12%", 3) == "22001 0");
 }
 
@@ -409,8 +394,7 @@ TEST_CASE("faults and traces are asked for in files") {
         fs::remove(server / "faults.txt");
     }
     CHECK(Client(connect()).Run("SELECT a FROM d.dbo.t") == "1;");
-    std::ifstream file(server / "trace.txt", std::ios::binary);
-    const std::string trace{std::istreambuf_iterator<char>(file), {}};
+    const std::string trace = ReadFile(server / "trace.txt");
     for (const std::string event : {"attempt\tODBC Driver 18 for SQL Server 5\n", "connect\tmaster\n",
                                     "execute\tCREATE DATABASE d;\\nUSE d;", "manual\t\n",
                                     "execute\tSELECT a FROM t WITH (UPDLOCK, holdlock)\n",
@@ -421,51 +405,41 @@ TEST_CASE("faults and traces are asked for in files") {
 }
 
 TEST_CASE("live handles are counted, and what was never freed stays in the count") {
-    const auto counts = [] {
-        std::ifstream file(root / ("handles-" + std::to_string(getpid()) + ".txt"));
-        std::string env, dbc, stmt;
-        file >> env >> dbc >> stmt;
-        return env + " " + dbc + " " + stmt;
-    };
+    const auto count = [] { return ReadFile(root / ("handles-" + std::to_string(getpid()) + ".txt")); };
+    const std::string before = count();
     {
         Client client;
-        Statement one(client.dbc), two(client.dbc);
-        CHECK(counts() == "1 1 2");
+        Statement one(client.dbc);
+        CHECK(count() == "       1        1        1\n");
     }
-    CHECK(counts() == "0 0 0");
+    CHECK(count() == before);
     {
         Client client;
         SQLHANDLE leaked = SQL_NULL_HANDLE;
         SQLAllocHandle(SQL_HANDLE_STMT, client.dbc, &leaked);
     }
-    CHECK(counts() == "0 0 1");
+    CHECK(count() == "       0        0        1\n");
 }
 
-TEST_CASE("large tables are joined in time, and CAST leaves an index in use") {
+TEST_CASE("CAST leaves an index in use on both sides") {
     World world;
-    const std::string d = "(VALUES (0),(1),(2),(3),(4),(5),(6),(7),(8),(9)) AS ";
-    for (const std::string name : {"GameA", "GameB"}) {
-        CHECK(world.Run("INSERT INTO [" + name +
-                        "].dbo.Roles(ID, Name) SELECT N'u' + CONVERT(nvarchar(10), 100000 + " +
-                        "(a.n + 10 * b.n + 100 * c.n + 1000 * d.n)), N'x' FROM " + d + "a(n) CROSS JOIN " +
-                        d + "b(n) CROSS JOIN " + d + "c(n) CROSS JOIN " + d + "d(n)") == "");
-    }
-    CHECK(std::ranges::count(world.Run(kDuplicates), ';') == 10000);
+    world.CheckLines(R"(
+        INSERT INTO Roles (Zone) VALUES (0), (1), (2), (3), (4), (5), (6), (7), (8), (9) =>
+        INSERT INTO Roles (ID) SELECT CONVERT(varchar(9), 10000 + a.Zone + 10 * b.Zone + 100 * c.Zone + 1000 * d.Zone) FROM Roles a CROSS JOIN Roles b CROSS JOIN Roles c CROSS JOIN Roles d =>
+    )");
     const auto time = [&](const std::string& condition) {
         auto best = std::chrono::steady_clock::duration::max();
         for (int i = 0; i < 20; ++i) {
             const auto begin = std::chrono::steady_clock::now();
-            CHECK(world.Number("SELECT COUNT_BIG(*) FROM Roles WHERE " + condition) == "1");
+            CHECK(world.Run("SELECT COUNT_BIG(*) FROM Roles WHERE " + condition) == "1;");
             best = std::min(best, std::chrono::steady_clock::now() - begin);
         }
         return best;
     };
-    const std::string left = "CAST([ID] AS NVARCHAR(256)) = N'U104242'",
-                      right = "N'U104242' = CAST([ID] AS NVARCHAR(256))";
-    const auto scan = time(left);
+    const auto scan = time("CAST([ID] AS NVARCHAR(256)) = N'14242'");
     CHECK(world.Run("CREATE INDEX byId ON GameA.dbo.Roles(ID)") == "");
-    CHECK(time(left) * 3 < scan);
-    CHECK(time(right) * 3 < scan);
+    CHECK(time("CAST([ID] AS NVARCHAR(256)) = N'14242'") * 3 < scan);
+    CHECK(time("N'14242' = CAST([ID] AS NVARCHAR(256))") * 3 < scan);
 }
 
 int main(int argc, char** argv) {
