@@ -174,7 +174,8 @@ std::wstring ShownText(HWND control);
 HCURSOR Cursor();
 /// What the screen shows where a window stands, four bytes (blue, green, red, nothing) for each pixel.
 std::string Pixels(HWND window);
-/// Whether it is more yellow than blue: of the system's icons the warning is, the information is not.
-bool LooksYellow(HWND window);
+/// Positive when it shows more yellow than blue, as the system's warning icon does; negative when it shows
+/// more blue, as the information does; 0 while neither is drawn.
+int Yellowness(HWND window);
 
 }  // namespace desk

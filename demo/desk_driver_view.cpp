@@ -37,7 +37,7 @@ std::string Pixels(HWND window) {
     return pixels;
 }
 
-bool LooksYellow(HWND window) {
+int Yellowness(HWND window) {
     const std::string pixels = Pixels(window);
     int yellow = 0;
     for (std::size_t at = 0; at < pixels.size(); at += sizeof(RGBQUAD)) {
@@ -45,7 +45,7 @@ bool LooksYellow(HWND window) {
                    red = static_cast<unsigned char>(pixels[at + 2]);
         yellow += red - blue;
     }
-    return yellow > 0;
+    return yellow;
 }
 
 }  // namespace desk

@@ -21,10 +21,8 @@ constexpr Error kOpenText{"42000", 105, "Unclosed quotation mark after the chara
 constexpr Error kUnknownFunction{"42000", 195, "'%' is not a recognized built-in function name."};
 constexpr Error kUnknownColumn{"42S22", 207, "Invalid column name '%'."};
 constexpr Error kUnknownObject{"42S02", 208, "Invalid object name '%'."};
-constexpr Error kInTransaction{"42000", 226, "% DATABASE not allowed within multi-statement transaction."};
 constexpr Error kConversion{"22018", 245, "Conversion failed when converting the value '%' to data type %."};
 constexpr Error kIntegerRange{"22003", 248, "The conversion of the value '%' overflowed an % column."};
-constexpr Error kSystemObject{"42000", 259, "Ad hoc updates to system catalogs are not allowed."};
 constexpr Error kUnknownHint{"42000", 321, "\"%\" is not a recognized table hints option."};
 constexpr Error kUnknownCollation{"42000", 448, "Invalid collation '%'."};
 constexpr Error kEscape{"42000", 506,
@@ -43,7 +41,6 @@ constexpr Error kTooLong{"22001", 2628, "String or binary data would be truncate
 constexpr Error kObjectExists{"42S01", 2714, "There is already an object named '%' in the database."};
 constexpr Error kUnknownType{"42000", 2715, "Cannot find data type %."};
 constexpr Error kCannotDrop{"42S02", 3701, "Cannot drop the database '%', because it does not exist."};
-constexpr Error kInUse{"42000", 3702, "Cannot drop database \"%\" because it is currently in use."};
 constexpr Error kNoTransaction{"42000", 3903, "ROLLBACK TRANSACTION has no corresponding transaction."};
 constexpr Error kCannotOpen{"42000", 4060, "Cannot open database \"%\" requested by the login."};
 constexpr Error kContextChanged{"01000", 5701, "Changed database context to '%'."};
@@ -51,7 +48,6 @@ constexpr Error kNumeric{"42000", 8114, "Error converting data type nvarchar to 
 constexpr Error kOverflow{"22003", 8115, "Arithmetic overflow error converting expression to data type %."};
 constexpr Error kLoginFailed{"28000", 18456, "Login failed for user '%'."};
 constexpr Error kStatementFailed{"42000", 50000, "The stand-in could not run the statement: %"};
-
 constexpr Error kLoginTimeout{"HYT00", 0, "Login timeout expired"};
 constexpr Error kUnreachable{"08001", 0, "Server % is not found or not accessible."};
 constexpr Error kConnectionString{"08001", 0, "Invalid connection string attribute"};

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <fstream>
 #include <iterator>
@@ -15,6 +14,8 @@
 #include <sstream>
 #include <thread>
 #include <tuple>
+
+#include "values.h"
 
 namespace standin {
 namespace {
@@ -49,9 +50,8 @@ Stamp StampOf(const std::string& path) {
 
 /// A number that is not negative, or -1.
 int ReadNumber(std::string_view text) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() ? value : -1;
+    std::int64_t value = 0;
+    return ReadInteger(text, value) == Reading::kNumber && value >= 0 ? static_cast<int>(value) : -1;
 }
 
 /// Reads one line of faults.txt. @return false where it cannot be read.
@@ -138,13 +138,7 @@ void Trace(const std::string& serverDirectory, int connection, const char* event
     const int file = open((serverDirectory + "/trace.txt").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (file < 0) return;
     std::string line = std::to_string(getpid()) + "\t" + std::to_string(connection) + "\t" + event + "\t";
-    for (const char c : text) {
-        if (c == '\n' || c == '\r') {
-            line += c == '\n' ? "\\n" : "\\r";
-        } else {
-            line += c;
-        }
-    }
+    for (const char c : text) line += c == '\n' ? "\\n" : c == '\r' ? "\\r" : std::string(1, c);
     line += "\n";
     if (write(file, line.data(), line.size()) < 0) std::perror("trace.txt");  // a trace is no reason to fail
     close(file);

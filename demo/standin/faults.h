@@ -29,10 +29,12 @@ void CountCall(const std::string& serverDirectory, const std::string& point);
 /// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no
 /// event; one that fails for reasons of its own is.
 ///
-///     attempt     driver, a blank, connection time-out in seconds; before faults, so refused attempts are
-///     seen connect     database disconnect  number of statement handles that were still alive prepare,
-///     execute    the statement as sent hints       the table hints of the statement just executed, in upper
-///     case, joined by commas manual, auto, commit, rollback
+///     attempt             driver, blank, connection time-out in seconds; refused attempts are seen as well
+///     connect             database
+///     disconnect          number of statement handles that were still alive
+///     prepare, execute    the statement as sent
+///     hints               table hints of the statement just executed, in upper case, joined by commas
+///     manual, auto, commit, rollback
 void Trace(const std::string& serverDirectory, int connection, const char* event,
            const std::string& text = {});
 

@@ -278,10 +278,6 @@ SqliteStmt Statement::Compile(const std::string& sql) {
     return stmt;
 }
 
-SQLSMALLINT Statement::ColumnCount() const {
-    return static_cast<SQLSMALLINT>(cursor_ ? sqlite3_column_count(cursor_.get()) : 0);
-}
-
 SQLRETURN Statement::Fetch() {
     if (!cursor_) Fail(kCursor);
     try {

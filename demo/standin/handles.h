@@ -28,11 +28,9 @@ public:
 
     const std::vector<DiagRecord>& Records() const { return records_; }
     void ClearRecords() { records_.clear(); }
-    void Warn(const Error& error, std::string_view argument = {}) {
-        records_.push_back(MakeRecord(error, argument));
-    }
-    void AddInFront(const std::vector<DiagRecord>& records) {
-        records_.insert(records_.begin(), records.begin(), records.end());
+    void Warn(const Error& error, std::string_view part = {}) { records_.push_back(MakeRecord(error, part)); }
+    void AddInFront(const std::vector<DiagRecord>& all) {
+        records_.insert(records_.begin(), all.begin(), all.end());
     }
 
     virtual void Free() { delete this; }
@@ -126,7 +124,7 @@ public:
     void Bind(SQLUSMALLINT number, const ColumnBinding& binding) { columns_[number] = binding; }
 
     void Close();  // the result, keeping the prepared text
-    SQLSMALLINT ColumnCount() const;
+    int ColumnCount() const { return sqlite3_column_count(cursor_.get()); }
 
 private:
     SQLRETURN Run();

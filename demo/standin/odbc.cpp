@@ -165,8 +165,9 @@ ODBC_ENTRY SQLMoreResults(SQLHSTMT stmt) {
 }
 
 ODBC_ENTRY SQLNumResultCols(SQLHSTMT stmt, SQLSMALLINT* count) {
-    return Call<Statement>(stmt,
-                           [&](const Statement& statement) { return Give(statement.ColumnCount(), count); });
+    return Call<Statement>(stmt, [&](const Statement& statement) {
+        *count = static_cast<SQLSMALLINT>(statement.ColumnCount());
+    });
 }
 
 ODBC_ENTRY SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT number, SQLWCHAR* state, SQLINTEGER* native,

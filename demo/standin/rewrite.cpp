@@ -68,16 +68,19 @@ private:
         const auto view = session_.View(name);
         const std::string table = view ? "" : session_.Table(name);
         const std::string alias = in_.TakeIf("AS") || in_.IsName() ? in_.TakeName() : name.back();
-        if (in_.TakeIf("WITH")) in_.TakeBrackets([this] { return TakeHint(); });
+        if (in_.TakeIf("WITH")) TakeHints();
         expressions_.AddSource(alias, table);
         return (view ? *view : QuoteName(table)) + " AS " + QuoteName(alias);
     }
 
-    std::string TakeHint() {
-        const std::string hint = UpperAscii(in_.TakeName());
-        if (hint != "UPDLOCK" && hint != "HOLDLOCK") Fail(kUnknownHint, hint);
-        hints_ += (hints_.empty() ? "" : ",") + hint;
-        return hint;
+    void TakeHints() {
+        in_.Take("(");
+        hints_ += (hints_.empty() ? "" : ",") + in_.TakeList([this] {
+            const std::string hint = UpperAscii(in_.TakeName());
+            if (hint != "UPDLOCK" && hint != "HOLDLOCK") Fail(kUnknownHint, hint);
+            return hint;
+        });
+        in_.Take(")");
     }
 
     /// (VALUES (..), (..)) AS name(column, ..), whose first bracket is taken already.
@@ -204,7 +207,6 @@ void AlterDatabase(Session& session, TokenReader& in) {
 /// Runs CREATE, ALTER or DROP, whose word is taken already.
 void Define(Session& session, TokenReader& in, const std::string& verb) {
     if (in.TakeIf("DATABASE")) {
-        if (session.IsManual()) Fail(kInTransaction, verb);
         if (verb == "ALTER") return AlterDatabase(session, in);
         const std::string name = in.TakeName();
         if (verb == "DROP") return session.DropDatabase(name);

@@ -29,7 +29,7 @@ constexpr const char* kInstall[] = {
     R"(CREATE TABLE IF NOT EXISTS "~databases"(id INTEGER PRIMARY KEY, name TEXT COLLATE MS UNIQUE, offline INTEGER))",
     R"(INSERT OR IGNORE INTO "~databases" VALUES (1,'master',0), (2,'tempdb',0), (3,'model',0), (4,'msdb',0))",
     R"(CREATE VIEW IF NOT EXISTS "~tables" AS SELECT name AS stored, substr(name, 1, instr(name, char(31)) - 1) AS db,
-    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND name LIKE '%' || char(31) || '%')",
+    substr(name, instr(name, char(31)) + 1) AS rest FROM sqlite_schema WHERE type = 'table' AND instr(name, char(31)))",
     R"(CREATE VIEW IF NOT EXISTS "~columns" AS SELECT db COLLATE MS AS TABLE_CATALOG,
     substr(rest, 1, instr(rest, char(31)) - 1) COLLATE MS AS TABLE_SCHEMA,
     substr(rest, instr(rest, char(31)) + 1) COLLATE MS AS TABLE_NAME, c.name COLLATE MS AS COLUMN_NAME,
@@ -129,7 +129,7 @@ std::string Session::Stored(const Name& name) {
 
 std::string Session::Table(const Name& name) {
     std::string stored = Stored(name);
-    if (!db_.HasTable(stored)) Fail(View(name) ? kSystemObject : kUnknownObject, name.back());
+    if (!db_.HasTable(stored)) Fail(kUnknownObject, name.back());
     return stored;
 }
 
@@ -154,7 +154,6 @@ void Session::CreateDatabase(const std::string& name) {
 void Session::DropDatabase(const std::string& name) {
     const auto database = Find(name);
     if (!database) Fail(kCannotDrop, name);
-    if (database->name == current_) Fail(kInUse, name);
     std::vector<std::string> tables;
     {
         const SqliteStmt stmt =

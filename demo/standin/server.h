@@ -24,6 +24,21 @@ std::string FindServer(const std::string& server);
 
 /// One login on one server: a connection to the server's file, the current database and the transaction.
 ///
+/// What this stand-in does differently from SQL Server, as far as it is known:
+/// - It knows the statements of the tool, its samples, tests and measurements; all others are errors.
+/// Semicolons
+///   part statements, an INSERT lists its columns, mistakes that are neither 207 nor 208 are mostly 102.
+/// - One transaction at a time writes on a server, every statement in it locks; readers see what was
+/// committed.
+/// - Table hints only go into the trace; a schema exists without CREATE SCHEMA; DDL may stand in a
+/// transaction.
+/// - A batch has results of its queries alone; an error is told by the call that reaches its statement.
+/// - The collation is ICU's; names of tables and columns fold A to Z alone; a lone surrogate becomes U+FFFD.
+/// - Values of two types compare as in SQLite; ntext compares like other text; varchar takes any character.
+/// - Columns beside an aggregate, and values in the place of conditions, are accepted.
+/// - datetime keeps its text; DEFAULT is stored as written; numbers have 64 bits; decimals no places.
+/// - A lock that is not got in time is HYT00.
+///
 /// All databases of a server lie in one SQLite file: SQLite admits few attached files, and none inside a
 /// transaction. A table is stored under the names of its database, its schema and itself, joined with U+001F,
 /// declared with T-SQL's own type words.
@@ -51,7 +66,7 @@ public:
     /// @throws SqlError 911 for a missing database, 942 for an offline one.
     void Use(const std::string& name);
 
-    /// The stored name of a table. @throws SqlError 208, 942, and 259 for a view of the system.
+    /// The stored name of a table. @throws SqlError 208, 942.
     std::string Table(const Name& name);
 
     /// The stored name for a new table. @throws SqlError 208, 942, 2714.
@@ -81,7 +96,7 @@ private:
 
 struct Rewritten {
     std::string sql;
-    std::string hints;  // of its tables, in upper case, joined by commas
+    std::string hints;  // of its tables, in upper case: "UPDLOCK,HOLDLOCK"
 };
 
 /// Rewrites one SELECT, INSERT, UPDATE or DELETE, or the condition of an IF as a query for 1 or 0.

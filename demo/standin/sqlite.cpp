@@ -67,7 +67,8 @@ Cell LikeFunction(int count, sqlite3_value** values) {
     std::u16string escape(1, u'\0');
     if (count == 3) escape = ToUtf16(ValueText(values[2]));
     if (escape.size() != 1) Fail(kEscape, ValueText(values[2]));
-    return std::int64_t{LikeMatches(ToUtf16(ValueText(values[1])), ToUtf16(ValueText(values[0])), escape[0])};
+    const std::u16string value = ToUtf16(ValueText(values[1])), pattern = ToUtf16(ValueText(values[0]));
+    return std::int64_t{LikeMatches(value, pattern, escape[0])};
 }
 
 int Collate(void*, int aSize, const void* a, int bSize, const void* b) noexcept {
@@ -76,15 +77,11 @@ int Collate(void*, int aSize, const void* a, int bSize, const void* b) noexcept 
 }
 
 /// What SQLite's codes mean; of the extended ones only those that are told apart.
-struct CodeRow {
-    int code;
-    const Error& error;
-};
-constexpr CodeRow kCodes[] = {{SQLITE_BUSY, kLockTimeout},
-                              {SQLITE_CONSTRAINT_NOTNULL, kNotNull},
-                              {SQLITE_CONSTRAINT_PRIMARYKEY, kPrimaryKey},
-                              {SQLITE_CONSTRAINT_ROWID, kPrimaryKey},
-                              {SQLITE_CONSTRAINT_UNIQUE, kUniqueIndex}};
+constexpr std::pair<int, const Error*> kCodes[] = {{SQLITE_BUSY, &kLockTimeout},
+                                                   {SQLITE_CONSTRAINT_NOTNULL, &kNotNull},
+                                                   {SQLITE_CONSTRAINT_PRIMARYKEY, &kPrimaryKey},
+                                                   {SQLITE_CONSTRAINT_ROWID, &kPrimaryKey},
+                                                   {SQLITE_CONSTRAINT_UNIQUE, &kUniqueIndex}};
 
 }  // namespace
 
@@ -187,8 +184,8 @@ void Sqlite::RunAtomically(const std::function<void()>& work) {
 
 void Sqlite::Throw(int code, const std::string& sql) {
     if (failure_) throw *std::exchange(failure_, std::nullopt);
-    for (const CodeRow& row : kCodes) {
-        if (row.code == code || row.code == (code & 0xFF)) Fail(row.error);
+    for (const auto& [known, error] : kCodes) {
+        if (known == code || known == (code & 0xFF)) Fail(*error);
     }
     const int at = sqlite3_error_offset(db_.get());
     if (sql.empty() || at < 0) Fail(kStatementFailed, sqlite3_errmsg(db_.get()));

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 
 namespace standin {
 namespace {
@@ -19,18 +18,15 @@ std::size_t UnitsOf(char c, bool wide) noexcept {
 
 /// ICU's Chinese collator, taking what differs in case, width or kana alone for equal.
 UCollator* Collator() {
-    struct Close {
-        void operator()(UCollator* icu) const noexcept { ucol_close(icu); }
-    };
-    static const std::unique_ptr<UCollator, Close> collator = [] {
+    static UCollator* const collator = [] {  // for the life of the process
         UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<UCollator, Close> icu(ucol_open("zh", &status));
-        ucol_setStrength(icu.get(), UCOL_SECONDARY);
-        ucol_setReorderCodes(icu.get(), nullptr, 0, &status);  // ICU puts Han characters before letters
-        if (U_FAILURE(status)) std::abort();                   // ICU's data are missing
+        UCollator* icu = ucol_open("zh", &status);
+        ucol_setStrength(icu, UCOL_SECONDARY);
+        ucol_setReorderCodes(icu, nullptr, 0, &status);  // ICU puts Han characters before letters
+        if (U_FAILURE(status)) std::abort();             // ICU's data are missing
         return icu;
     }();
-    return collator.get();
+    return collator;
 }
 
 /// The order of the digits and letters of ASCII, as ICU gives it; 0 for every other character.
@@ -92,6 +88,8 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string ToUtf16(std::string_view utf8) {
+    const bool plain = std::all_of(utf8.begin(), utf8.end(), [](char c) { return (c & 0x80) == 0; });
+    if (plain) return {utf8.begin(), utf8.end()};  // most texts are, and ICU takes its time
     const icu::UnicodeString text =
         icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
     return {text.getBuffer(), static_cast<std::size_t>(text.length())};

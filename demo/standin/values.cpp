@@ -12,7 +12,6 @@ namespace standin {
 namespace {
 
 using BigInt = std::numeric_limits<std::int64_t>;
-using Int = std::numeric_limits<std::int32_t>;
 constexpr std::size_t kDecimalDigits = 38;
 
 constexpr TypeWord kWords[] = {
@@ -22,7 +21,7 @@ constexpr TypeWord kWords[] = {
     {"nvarchar", Family::kText, true, true, false, 0, 0},
     {"text", Family::kText, false, false, false, 0, 0},
     {"ntext", Family::kText, false, true, false, 0, 0},
-    {"int", Family::kInteger, false, false, false, Int::min(), Int::max()},
+    {"int", Family::kInteger, false, false, false, -2147483648, 2147483647},
     {"bigint", Family::kInteger, false, false, false, BigInt::min(), BigInt::max()},
     {"decimal", Family::kDecimal, true, false, false, 0, 0},
     {"datetime", Family::kTime, false, false, false, 0, 0},
@@ -109,17 +108,9 @@ bool FitsUncut(const Type& from, const Type& to) noexcept {
 Cell Convert(const Cell& cell, std::size_t type, int length, bool mayCut) {
     const Type to{&kWords[type], length};
     if (std::holds_alternative<std::monostate>(cell)) return cell;
-    switch (to.word->family) {
-        case Family::kText:
-            return ToText(cell, to, mayCut);
-        case Family::kInteger:
-            return ToInteger(cell, *to.word);
-        case Family::kDecimal:
-            return ToDecimal(cell, to.length);
-        case Family::kTime:
-            break;
-    }
-    return cell;
+    if (to.word->family == Family::kText) return ToText(cell, to, mayCut);
+    if (to.word->family == Family::kInteger) return ToInteger(cell, *to.word);
+    return to.word->family == Family::kDecimal ? ToDecimal(cell, to.length) : cell;
 }
 
 Cell Calculate(char sign, const Cell& left, const Cell& right) {
@@ -129,7 +120,6 @@ Cell Calculate(char sign, const Cell& left, const Cell& right) {
     const auto* tail = std::get_if<std::string>(&right);
     if (sign == '+' && head != nullptr && tail != nullptr) return *head + *tail;
     constexpr TypeWord bigint = kWords[7];
-    static_assert(bigint.low == BigInt::min());
     const std::int64_t a = ToInteger(left, bigint), b = ToInteger(right, bigint);
     std::int64_t result = 0;
     const bool overflow =
