@@ -13,7 +13,6 @@
 #include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "text.h"
 
@@ -45,7 +44,7 @@ std::string Errors(SQLSMALLINT kind, SQLHANDLE handle) {
 std::string ConnectionString(const std::string& database, const std::string& server = kServer,
                              const std::string& password = "p;w}}1") {
     return "DRIVER={ODBC Driver 18 for SQL Server};SERVER={" + server + "};DATABASE={" + database +
-           "};UID={sa};PWD={" + password + "};Encrypt=no;TrustServerCertificate=yes;Connection Timeout=5;";
+           "};UID={sa};PWD={" + password + "};Encrypt=no;Connection Timeout=5;";
 }
 
 struct Statement {
@@ -115,10 +114,10 @@ struct Client {
         const bool good = SQL_SUCCEEDED(statement.Execute(sql)) && SQL_SUCCEEDED(SQLFetch(statement.handle));
         return good ? std::to_string(value) : statement.Error();
     }
-    SQLRETURN Manual(bool manual) {
-        const SQLULEN mode = manual ? SQL_AUTOCOMMIT_OFF : SQL_AUTOCOMMIT_ON;
+    SQLRETURN Manual(SQLULEN mode) {
         return SQLSetConnectAttrW(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(mode), 0);
     }
+
     /// Runs lines of the form "statement => result".
     void CheckLines(const std::string& lines) {
         std::istringstream stream(lines);
@@ -148,19 +147,17 @@ struct World : Client {
     }
 };
 
-void WriteFile(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 std::string ReadFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void MakeServer(const std::string& name) {
-    fs::create_directories(root / name);
-    WriteFile(root / name / "server.conf", "user=sa\npassword=p;w}1\n");
+void WriteFile(const fs::path& path, const std::string& text) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << text;
 }
+
+constexpr const char* kConf = "user=sa\npassword=p;w}1\n";
 
 }  // namespace
 
@@ -243,7 +240,7 @@ TEST_CASE("a parameter has the size of its column") {
     CHECK(search(u"%12%", 3) == "22001 0");
 }
 
-TEST_CASE("values are converted, joined and matched") {
+TEST_CASE("values are converted, matched and stored, or refused with state and number") {
     World().CheckLines(R"(
         SELECT 1 WHERE N'abc ' LIKE N'abc' OR N'5' LIKE N'[^0-9]' OR N'5' LIKE N'[5' =>
         SELECT 1 WHERE N'aXc' LIKE N'a[w-y]C' AND '%' LIKE '!%' ESCAPE '!' AND N'￥Ａ' LIKE N'_a' AND 'b-' LIKE '%[-]' => 1;
@@ -254,11 +251,6 @@ TEST_CASE("values are converted, joined and matched") {
         SELECT 9000000000000000 * 9000000000000000 => 22003 8115
         SELECT 1 WHERE 'a' LIKE 'a' ESCAPE 'xx' => 42000 506
         SELECT 1 + 'x' => 22018 245
-    )");
-}
-
-TEST_CASE("what SQL Server refuses is refused with its state and number") {
-    World().CheckLines(R"(
         INSERT INTO Roles (ID, Name, Account, Zone) VALUES ('1', 'n', 'a', 5) =>
         INSERT INTO Guilds (ID) VALUES ('g') =>
         CREATE UNIQUE INDEX one ON Roles (Account) =>
@@ -306,8 +298,7 @@ TEST_CASE("one result at a time, cut texts and missing indicators") {
     CHECK(SQLFetch(first.handle) == SQL_SUCCESS_WITH_INFO);
     CHECK(first.Error() == "01004 0");
     CHECK(ToUtf8(text) + std::to_string(length) == "张三6");
-    std::int64_t number = 0;
-    SQLBindCol(first.handle, 3, SQL_C_SBIGINT, &number, sizeof number, nullptr);
+    SQLBindCol(first.handle, 3, SQL_C_WCHAR, text, sizeof text, nullptr);
     CHECK(SQLFetch(first.handle) == SQL_ERROR);
     CHECK(first.Error() == "22002 0, 01004 0");
     CHECK(SQLFetch(first.handle) == SQL_NO_DATA);
@@ -321,7 +312,7 @@ TEST_CASE("transactions and locks between two connections") {
     world.Run("INSERT INTO Guilds (ID, Name) VALUES ('g', 'old')");
     const std::string read = "SELECT Name FROM GameA.dbo.Guilds";
     const std::string write = "UPDATE GameA.dbo.Guilds SET Name = N'new'";
-    CHECK(world.Manual(true) == SQL_SUCCESS);
+    CHECK(world.Manual(SQL_AUTOCOMMIT_OFF) == SQL_SUCCESS);
     CHECK(world.Number("SELECT COUNT_BIG(*) FROM Guilds WITH (UPDLOCK, HOLDLOCK) WHERE ID = N'g'") == "1");
     CHECK(other.Run("SET LOCK_TIMEOUT 50") == "");
     CHECK(other.Run(write) == "HYT00 1222");
@@ -332,12 +323,11 @@ TEST_CASE("transactions and locks between two connections") {
     CHECK(SQLEndTran(SQL_HANDLE_DBC, world.dbc, SQL_ROLLBACK) == SQL_SUCCESS);
     CHECK(world.Run(write) == "");
     CHECK(world.Run("IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION") == "");
-    CHECK(world.Run("IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION") == "");
     CHECK(world.Run(read) == "old;");
     CHECK(world.Run(write) == "");
-    CHECK(world.Manual(false) == SQL_SUCCESS);  // commits
+    CHECK(world.Manual(SQL_AUTOCOMMIT_ON) == SQL_SUCCESS);  // commits
     CHECK(other.Run(read) == "new;");
-    world.Manual(true);
+    world.Manual(SQL_AUTOCOMMIT_OFF);
     CHECK(world.Run("DELETE FROM Guilds") == "");
     other.Run("SET LOCK_TIMEOUT 20000");
     std::thread release([&] {
@@ -350,15 +340,14 @@ TEST_CASE("transactions and locks between two connections") {
 
 TEST_CASE("faults and traces are asked for in files") {
     const fs::path server = root / "faulty";
-    MakeServer("faulty");
+    WriteFile(server / "server.conf", kConf);
     const auto faults = [&](const std::string& text) { WriteFile(server / "faults.txt", text); };
     const auto connect = [] { return ConnectionString("master", "faulty"); };
     WriteFile(server / "trace.txt", "");
-    faults("connect\t1\t08001\t17\tone\t01000\t0\ttwo\nconnect\t3+\t-\n");
+    faults("connect\t1\t08001\t17\tone\t01000\t0\ttwo\n");
     CHECK(Client(connect()).records == "08001 17, 01000 0");
     {
         Client client(connect());
-        CHECK(Client(connect()).records == "");
         client.Run("CREATE DATABASE d;\nUSE d; CREATE TABLE t(a int); INSERT INTO t(a) VALUES (1)");
         faults(
             "slow\texecute\t1\t80\nexecute\t2\t40001\t1205\tx\nfetch\t2+"
@@ -372,11 +361,9 @@ TEST_CASE("faults and traces are asked for in files") {
         faults("");
         CHECK(client.Run("SELECT a FROM t WITH (UPDLOCK, holdlock)") == "1;");
         faults("die\texecute\t2\t08S01\t0\tgone\n");
-        CHECK(client.Manual(true) == SQL_SUCCESS);
+        CHECK(client.Manual(SQL_AUTOCOMMIT_OFF) == SQL_SUCCESS);
         CHECK(client.Run("UPDATE t SET a = 3") == "");
         CHECK(client.Run("UPDATE t SET a = 4") == "08S01 0");
-        faults("nonsense\n");
-        CHECK(Client(connect()).records == "HY000 0");
         fs::remove(server / "faults.txt");
     }
     CHECK(Client(connect()).Run("SELECT a FROM d.dbo.t") == "1;");
@@ -397,13 +384,9 @@ TEST_CASE("live handles are counted, and what was never freed stays in the count
     const auto count = [] { return ReadFile(root / ("handles-" + std::to_string(getpid()) + ".txt")); };
     {
         Client client;
-        Statement one(client.dbc);
-        CHECK(count() == "       1        1        1\n");
-    }
-    {
-        Client client;
         SQLHANDLE leaked = SQL_NULL_HANDLE;
         SQLAllocHandle(SQL_HANDLE_STMT, client.dbc, &leaked);
+        CHECK(count() == "       1        1        1\n");
     }
     CHECK(count() == "       0        0        1\n");
 }
@@ -432,7 +415,7 @@ TEST_CASE("CAST leaves an index in use on both sides") {
 int main(int argc, char** argv) {
     char pattern[] = "/tmp/standin-check-XXXXXX";
     root = mkdtemp(pattern);
-    MakeServer(kServer);
+    WriteFile(root / kServer / "server.conf", kConf);
     WriteFile(root / "odbcinst.ini",
               "[ODBC Driver 18 for SQL Server]\nDriver=" DRIVER_FILE "\nThreading=0\n");
     setenv("ODBCSYSINI", root.c_str(), 1);
