@@ -26,12 +26,11 @@ std::string FindServer(const std::string& server);
 ///
 /// What this stand-in does differently from SQL Server, as far as it is known:
 /// - It knows the statements of the tool, its samples, tests and measurements; all others are errors.
-/// Semicolons
-///   part statements, an INSERT lists its columns, mistakes that are neither 207 nor 208 are mostly 102.
-/// - One transaction at a time writes on a server, every statement in it locks; readers see what was
+/// - Semicolons part statements, an INSERT lists its columns, most mistakes that are not 207 or 208 are 102.
+/// - One transaction at a time writes on a server, every statement in it locks; others read what was
 /// committed.
-/// - Table hints only go into the trace; a schema exists without CREATE SCHEMA; DDL may stand in a
-/// transaction.
+/// - Table hints only go into the trace. A schema exists without CREATE SCHEMA.
+/// - Databases can be made and dropped in a transaction, and dropped while somebody uses them.
 /// - A batch has results of its queries alone; an error is told by the call that reaches its statement.
 /// - The collation is ICU's; names of tables and columns fold A to Z alone; a lone surrogate becomes U+FFFD.
 /// - Values of two types compare as in SQLite; ntext compares like other text; varchar takes any character.
@@ -49,8 +48,7 @@ public:
 
     Sqlite& Db() { return db_; }
 
-    /// Without manual mode every statement commits; switching it off commits what is open, as ODBC defines
-    /// it.
+    /// Without manual mode every statement commits; switching it off commits what is open.
     bool IsManual() const { return manual_; }
     void SetManual(bool manual);
 
