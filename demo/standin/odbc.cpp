@@ -55,8 +55,12 @@ SQLRETURN GiveText(std::string_view utf8, SQLPOINTER buffer, SQLSMALLINT size, S
 
 ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
     if (kind == SQL_HANDLE_ENV) {
-        *out = static_cast<Handle*>(new (std::nothrow) Handle(HandleKind::kEnvironment));
-        return *out != nullptr ? SQL_SUCCESS : SQL_ERROR;
+        try {
+            *out = static_cast<Handle*>(new Handle(HandleKind::kEnvironment));
+            return SQL_SUCCESS;
+        } catch (const std::exception&) {
+            return SQL_ERROR;
+        }
     }
     return Call<Handle>(parent, [&](Handle& handle) {
         *out = kind == SQL_HANDLE_DBC ? static_cast<Handle*>(new Connection)
