@@ -1,8 +1,6 @@
 #include "sqlite.h"
 
-#include <chrono>
 #include <limits>
-#include <thread>
 
 #include "text.h"
 
@@ -116,7 +114,7 @@ Sqlite::Sqlite(const std::string& file) {
     for (int attempt = 0; sqlite3_exec(db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr) != SQLITE_OK;
          ++attempt) {
         if (attempt == 500) Throw(sqlite3_extended_errcode(db), "");
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        sqlite3_sleep(10);
     }
     // A machine without power may lose the file; a process that is killed loses only what is open.
     Run("PRAGMA synchronous=OFF");
