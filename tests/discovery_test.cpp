@@ -21,53 +21,32 @@ TEST_CASE("the configuration is looked for upward from the image") {
     }
 }
 
-TEST_CASE("both configuration files as files make a directory the one that is sought") {
-    const TempDirectory place;
-    const auto found = [&](std::wstring_view image) {
-        std::wstring directory = L"none";
-        const bool isFound = FindServerConfigDirectory(place.At(image), directory);
-        CHECK(isFound == (directory != L"none"));
-        return directory;
-    };
-    place.Write(L"G\\Config.Json", "");
-    place.Make(L"G\\Mir200");
-    CHECK(found(L"G\\Mir200\\M2.exe") == L"none");
-    place.Make(L"G\\Config.ini");
-    CHECK(found(L"G\\Mir200\\M2.exe") == L"none");
-    place.Write(L"G\\Mir200\\Config.Json", "");
-    place.Write(L"G\\Mir200\\Config.ini", "");
-    CHECK(found(L"G\\Mir200\\M2.exe") == place.At(L"G\\Mir200"));
-    std::filesystem::remove(place.At(L"G\\Config.ini"));
-    place.Write(L"G\\Config.ini", "");
-    CHECK(found(L"G\\Mir200\\M2.exe") == place.At(L"G"));
-    CHECK(found(L"G\\1\\2\\3\\4\\M2.exe") == place.At(L"G"));
-    CHECK(found(L"G\\1\\2\\3\\4\\5\\M2.exe") == L"none");
-    std::filesystem::remove(place.At(L"G\\Config.Json"));
-    CHECK(found(L"G\\x\\M2.exe") == L"none");
-}
-
 TEST_CASE("every game server becomes a zone or a problem and an installation counts once") {
     const TempDirectory place;
-    for (const auto& [zone, json] : {std::pair(L"One", R"({"DBInfo":{"sDBName":"G1"}})"),
-                                     {L"nameless", R"({"ServerInfo":{"sServerName":"x"}})"},
-                                     {L"locked", "{}"},
-                                     {L"last", R"({"DBInfo":{"sDBName":"G3"}})"}}) {
-        place.Write(std::wstring(zone) + L"\\Config.Json", json);
-        place.Write(std::wstring(zone) + L"\\Config.ini", "");
+    for (const auto& [zone, json] : {std::pair(L"One\\", R"({"DBInfo":{"sDBName":"G1"}})"),
+                                     {L"last\\Mir200\\", "{}"},
+                                     {L"nameless\\", R"({"ServerInfo":{"sServerName":"x"}})"},
+                                     {L"locked\\", "{}"},
+                                     {L"last\\", R"({"DBInfo":{"sDBName":"G3"}})"}}) {
+        place.Write(std::wstring(zone) + L"Config.Json", json);
+        place.Write(std::wstring(zone) + L"Config.ini", "");
     }
+    // Both files must be there, and be files.
+    place.Make(L"One\\json\\Config.ini");
+    for (const wchar_t* alone : {L"One\\json\\Config.Json", L"One\\ini\\Config.ini"})
+        place.Write(alone, "{}");
     std::vector<ServerProcessEntry> processes;
-    for (const wchar_t* image : {L"One", L"nameless", L"locked", L"ONE", L"LOCKED", L"lost", L"last"})
+    for (const std::wstring& image : Words(L"One\\ini nameless locked ONE\\json LOCKED lost last\\Mir200"))
         processes.push_back(
             {unsigned(processes.size()) + 4'000'000'000u, L"", place.At(image) + L"\\M2.exe"});
     processes.push_back({7, L"", L""});
     const FileHandle lock(CreateFileW(place.At(L"locked\\Config.Json").c_str(), GENERIC_READ, 0, nullptr,
                                       OPEN_EXISTING, 0, nullptr));
-    std::wstring problems = L"of the refresh before";
-    const auto zones = ReadZones(processes, problems);
-    REQUIRE(zones.size() == 2);
-    CHECK(zones[0].dbName + zones[1].dbName == L"G1G3");
-    CHECK(zones[0].processId == 4'000'000'000u);
-    CHECK(zones[1].configDirectory + zones[1].imagePath == place.At(L"last") + place.At(L"last\\M2.exe"));
+    std::wstring problems = L"of the refresh before", zones;
+    for (const GameServerInfo& zone : ReadZones(processes, problems))
+        zones += zone.dbName + L" " + std::to_wstring(zone.processId) + zone.configDirectory + zone.imagePath;
+    CHECK(zones == L"G1 4000000000" + place.At(L"One") + place.At(L"One\\ini\\M2.exe") + L"G3 4000000006" +
+                       place.At(L"last") + place.At(L"last\\Mir200\\M2.exe"));
     const std::wstring lost = L" 没找到上级 Config.Json / Config.ini";
     CHECK(problems == place.At(L"nameless 的 Config.Json 没有 DBInfo.sDBName；") +
                           place.At(L"locked 配置读取失败；进程 4000000005") + lost + L"；进程 7" + lost);
