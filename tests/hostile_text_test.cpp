@@ -27,8 +27,7 @@ static std::string Mutated(std::string text) {
 // The first rule that a text breaks, of those that hold for every text.
 static const char* BrokenRule(std::string_view bytes) {
     const std::string_view object = JsonObject(bytes, "DBInfo");
-    if (!object.empty() && !(object.front() == '{' && object.back() == '}'))
-        return "an object has both braces";
+    if (object != "" && !(object.front() == '{' && object.back() == '}')) return "an object has both braces";
     for (const char* key : {"sDBIpAddr", "sDBName", "sDBPsw", "nDBPort"}) {
         const std::wstring value = JsonString(object, key);
         if (value.size() > object.size()) return "a value is no longer than its text";
@@ -40,7 +39,6 @@ static const char* BrokenRule(std::string_view bytes) {
     for (const auto& [name, section] : ParseIni(text)) {
         for (const auto& [key, value] : section) {
             if (Trim(key) != key || Trim(value) != value) return "keys and values are trimmed";
-            if ((key + value).find(L'\n') != std::wstring::npos) return "a key and its value are of one line";
         }
     }
     return nullptr;
@@ -55,20 +53,5 @@ TEST_CASE("a hundred thousand mutated configuration texts are read without harm"
             const std::string text = Mutated(good);
             if (const char* broken = BrokenRule(text)) FAIL(std::string(broken), ": ", text);
         }
-    }
-}
-
-// Work that grew with the square of the size would be 10^13 steps: the case would not end in the runner's
-// time.
-TEST_CASE("three megabytes in one line or one nest are read in one pass") {
-    const std::string start = R"({"DBInfo": )", name = start + R"({"sDBName": ")";
-    for (const std::string piece : {"{", "[", "{\"a\":", "\"", "\\\"", "\\u6E38", "x\\n", "\xFF",
-                                    "\xE5\x8C\xBA", " ", "}", "=", "[\n", "a=b\n", "\"DBInfo\" ", "1"}) {
-        CAPTURE(piece);
-        std::string many;
-        while (many.size() < 3'000'000) many += piece;
-        for (const std::string& text :
-             {many, start + many, name + many, name + many + "\"}}", "[Config]\nGameName=" + many})
-            CHECK(BrokenRule(text) == nullptr);
     }
 }

@@ -5,24 +5,11 @@
 
 static constexpr wchar_t kFile[] = L"QuerySettings.ini";
 
-// The result of a function that runs with another current directory.
-static auto In(const std::wstring& directory, auto function) {
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(directory);
-    const auto result = function();
-    std::filesystem::current_path(previous);
-    return result;
-}
-
 static std::wstring LoadedIn(const TempDirectory& place) {
-    const QuerySettings settings = In(place.At(L""), LoadQuerySettings);
+    std::filesystem::current_path(place.At(L""));
+    const QuerySettings settings = LoadQuerySettings();
     return settings.m2ProcessName + L"|" + settings.accountTable + L"|" + settings.accountField + L"|" +
            settings.driver + L"|" + std::to_wstring(settings.maxResults);
-}
-
-TEST_CASE("four words ask for automatic detection") {
-    for (const wchar_t* word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) CHECK(IsAutoValue(word));
-    for (const wchar_t* word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) CHECK_FALSE(IsAutoValue(word));
 }
 
 TEST_CASE("the settings file is looked for beside the program and upward from the current directory") {
@@ -33,20 +20,20 @@ TEST_CASE("the settings file is looked for beside the program and upward from th
     CHECK(SettingsPathCandidates(L"D:\\m.exe", L"C:\\1").back() == L"C:\\QuerySettings.ini");
     const TempDirectory place;
     place.Write(kFile, "");
-    place.Make(L"1\\2\\3\\4\\5");
     place.Make(L"1\\2\\QuerySettings.ini");  // a directory of that name is passed over
-    CHECK(In(place.At(L"1\\2\\3\\4"), QuerySettingsPath) == place.At(kFile));
-    CHECK(In(place.At(L"1\\2\\3\\4\\5"), QuerySettingsPath) ==
-          Built(L"tests\\QuerySettings.ini"));  // none there: beside the program
+    place.Make(L"1\\2\\3\\4\\5");
+    std::filesystem::current_path(place.At(L"1\\2\\3\\4"));
+    CHECK(QuerySettingsPath() == place.At(kFile));
+    std::filesystem::current_path(place.At(L"1\\2\\3\\4\\5"));
+    CHECK(QuerySettingsPath() == Built(L"tests\\QuerySettings.ini"));  // none there: beside the program
 }
 
 TEST_CASE("settings are read with defaults for what is missing and limits for what is not") {
     const std::wstring kDefaults = L"M2Server.exe|AUTO|AUTO||";
     for (const auto& [query, expected] :
          {std::pair(std::string("Driver=x\n[ODBC]\nMaxResults=7"), kDefaults + L"100"),
-          {"M2ProcessName= Z.exe \nAccountTable=dbo.T\nAccountField=F\nMaxResults=7\n[ODBC]\nDriver=\" My D "
-           "\"",
-           L"Z.exe|dbo.T|F|My D|7"},
+          {"M2ProcessName= Z.exe \nAccountTable=d.T\nAccountField=F\nMaxResults=7\n[ODBC]\nDriver=\" My D \"",
+           L"Z.exe|d.T|F|My D|7"},
           {"M2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
           {"MaxResults=-5", kDefaults + L"1"},
           {"MaxResults=many", kDefaults + L"1"},
@@ -57,6 +44,8 @@ TEST_CASE("settings are read with defaults for what is missing and limits for wh
         place.Write(kFile, "[Query]\n" + query + "\n");
         CHECK(LoadedIn(place) == expected);
     }
+    for (const wchar_t* word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) CHECK(IsAutoValue(word));
+    for (const wchar_t* word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) CHECK_FALSE(IsAutoValue(word));
 }
 
 TEST_CASE("saved settings have their order in a new file and are read back whatever their names") {

@@ -4,8 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <string_view>
 
 #include "discovery/paths.h"
 
@@ -27,6 +25,7 @@ public:
     }
     ~TempDirectory() {
         std::error_code ignored;
+        std::filesystem::current_path("\\", ignored);  // the current one could not be deleted
         std::filesystem::remove_all(path_, ignored);
     }
     TempDirectory(const TempDirectory&) = delete;

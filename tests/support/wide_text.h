@@ -2,11 +2,8 @@
 
 #include <doctest/doctest.h>
 
-#include <concepts>
 #include <iterator>
 #include <sstream>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "text/text.h"
