@@ -112,12 +112,8 @@ struct ListColumn {
 
 std::vector<ListColumn> ListColumns(HWND list);
 int ListRowCount(HWND list);
-/// Text of one cell; at most 1023 characters.
-std::wstring ListCell(HWND list, int row, int column);
-/// All rows, each with one text per column.
+/// All rows, each with one text per column; at most 1023 characters of each.
 std::vector<std::vector<std::wstring>> ListRows(HWND list);
-/// Index of the selected row, or -1.
-int SelectedListRow(HWND list);
 /// Selects and focuses one row; its owner is notified as for a click.
 void SelectListRow(HWND list, int row);
 
@@ -138,8 +134,6 @@ struct MessageBoxView {
     HWND icon = nullptr;
 };
 
-/// The message box owned by a window; `window` is null when there is none.
-MessageBoxView FindMessageBox(HWND owner);
 MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kAnswerTimeout);
 /// Presses one of its buttons and waits until the box is gone.
 void Answer(const MessageBoxView& box, int buttonId);
@@ -155,14 +149,9 @@ bool AnswerByCloseBox(const MessageBoxView& box, Milliseconds timeout = Millisec
 void BringToFront(HWND window);
 /// The window's answer to WM_NCHITTEST for a point of its client area (HTCAPTION, HTCLIENT, ...).
 LRESULT HitTest(HWND window, int x, int y);
-/// Real mouse events at a point of the window's client area; the window is brought to the front first.
-/// They return when the system has the events, which may be before the window acts on them: use WaitUntil.
+/// A real click at a point of the window's client area; the window is brought to the front first.
+/// It returns when the system has the events, which may be before the window acts on them: use WaitUntil.
 void Click(HWND window, int x, int y);
-void DoubleClick(HWND window, int x, int y);
-void PressMouse(HWND window, int x, int y);
-void ReleaseMouse(HWND window, int x, int y);
-/// Presses at one point and releases at another, with steps between them.
-void Drag(HWND window, POINT from, POINT to);
 /// A key pressed and released in whatever window has the keyboard, while the others are held down.
 void TapKey(WORD virtualKey, std::initializer_list<WORD> held = {});
 

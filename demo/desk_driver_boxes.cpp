@@ -48,6 +48,13 @@ MessageBoxView ReadMessageBox(HWND window) {
     return box;
 }
 
+/// The box owned by a window; `window` is null when there is none.
+MessageBoxView FindMessageBox(HWND owner) {
+    std::pair<HWND, HWND> search{owner, nullptr};
+    EnumWindows(OnOwnedWindow, reinterpret_cast<LPARAM>(&search));
+    return search.second ? ReadMessageBox(search.second) : MessageBoxView{};
+}
+
 bool GoesAway(const MessageBoxView& box, Milliseconds timeout) {
     try {
         WaitUntilGone(box.window, timeout);
@@ -58,12 +65,6 @@ bool GoesAway(const MessageBoxView& box, Milliseconds timeout) {
 }
 
 }  // namespace
-
-MessageBoxView FindMessageBox(HWND owner) {
-    std::pair<HWND, HWND> search{owner, nullptr};
-    EnumWindows(OnOwnedWindow, reinterpret_cast<LPARAM>(&search));
-    return search.second ? ReadMessageBox(search.second) : MessageBoxView{};
-}
 
 MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout) {
     MessageBoxView box;

@@ -50,41 +50,11 @@ LRESULT HitTest(HWND window, int x, int y) {
     return Send(window, WM_NCHITTEST, 0, MAKELPARAM(point.x, point.y));
 }
 
-void PressMouse(HWND window, int x, int y) {
+void Click(HWND window, int x, int y) {
     BringToFront(window);
     MovePointer(window, x, y);
     SendInputs({MouseInput(MOUSEEVENTF_LEFTDOWN)});
-}
-
-void ReleaseMouse(HWND window, int x, int y) {
-    MovePointer(window, x, y);
-    SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
-}
-
-void Click(HWND window, int x, int y) {
-    PressMouse(window, x, y);
     std::this_thread::sleep_for(kInputPause);
-    SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
-}
-
-void DoubleClick(HWND window, int x, int y) {
-    BringToFront(window);
-    MovePointer(window, x, y);
-    SendInputs({MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP),
-                MouseInput(MOUSEEVENTF_LEFTDOWN), MouseInput(MOUSEEVENTF_LEFTUP)});
-}
-
-void Drag(HWND window, POINT from, POINT to) {
-    constexpr int kSteps = 5;
-    PressMouse(window, from.x, from.y);
-    // The window may move with the pointer: the path is in screen coordinates, taken before it moves.
-    POINT origin{0, 0};
-    ClientToScreen(window, &origin);
-    for (int step = 1; step <= kSteps; ++step) {
-        SetCursorPos(origin.x + from.x + (to.x - from.x) * step / kSteps,
-                     origin.y + from.y + (to.y - from.y) * step / kSteps);
-        std::this_thread::sleep_for(kInputPause);
-    }
     SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
 }
 

@@ -136,12 +136,6 @@ int ListRowCount(HWND list) {
     return static_cast<int>(Send(list, LVM_GETITEMCOUNT));
 }
 
-std::wstring ListCell(HWND list, int row, int column) {
-    RequireRow(list, row);
-    RemoteItem remote(list);
-    return CellText(list, remote, row, column);
-}
-
 std::vector<std::vector<std::wstring>> ListRows(HWND list) {
     const int columnCount = ColumnCount(list);
     std::vector<std::vector<std::wstring>> rows(static_cast<std::size_t>(ListRowCount(list)));
@@ -152,10 +146,6 @@ std::vector<std::vector<std::wstring>> ListRows(HWND list) {
         }
     }
     return rows;
-}
-
-int SelectedListRow(HWND list) {
-    return static_cast<int>(Send(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED));
 }
 
 void SelectListRow(HWND list, int row) {

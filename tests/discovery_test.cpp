@@ -1,4 +1,3 @@
-#include "demo/desk_driver.h"
 #include "discovery/config_directory.h"
 #include "discovery/discover_game_servers.h"
 #include "discovery/kernel_handle.h"
@@ -9,7 +8,6 @@
 TEST_CASE("the configuration is looked for upward from the image") {
     for (const TextRow& row :
          {TextRow{L"", L""}, TextRow{L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
-          TextRow{L"D:/Mir200/x//M2Server.exe", L"D:/Mir200/x|D:/Mir200|D:/|"},
           TextRow{L"D:\\1\\2\\3\\4\\5\\M2.exe",
                   L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
           TextRow{L"D:\\1\\2\\3\\Mir200\\M2.exe", L"D:\\1\\2\\3|D:\\1\\2\\3\\Mir200|D:\\1\\2|D:\\1|D:\\|"},
@@ -21,63 +19,38 @@ TEST_CASE("the configuration is looked for upward from the image") {
     }
 }
 
-TEST_CASE("both configuration files as files make a directory the one that is sought") {
-    const TempDirectory place;
-    const auto found = [&](std::wstring_view image) {
-        std::wstring directory = L"none";
-        const bool isFound = FindServerConfigDirectory(place.At(image), directory);
-        CHECK(isFound == (directory != L"none"));
-        return directory;
-    };
-    place.Write(L"G\\Config.Json", "");
-    place.Make(L"G\\Mir200");
-    CHECK(found(L"G\\Mir200\\M2.exe") == L"none");
-    place.Make(L"G\\Config.ini");
-    CHECK(found(L"G\\Mir200\\M2.exe") == L"none");
-    place.Write(L"G\\Mir200\\Config.Json", "");
-    place.Write(L"G\\Mir200\\Config.ini", "");
-    CHECK(found(L"G\\Mir200\\M2.exe") == place.At(L"G\\Mir200"));
-    std::filesystem::remove(place.At(L"G\\Config.ini"));
-    place.Write(L"G\\Config.ini", "");
-    CHECK(found(L"G\\Mir200\\M2.exe") == place.At(L"G"));
-    CHECK(found(L"G\\1\\2\\3\\4\\M2.exe") == place.At(L"G"));
-    CHECK(found(L"G\\1\\2\\3\\4\\5\\M2.exe") == L"none");
-    std::filesystem::remove(place.At(L"G\\Config.Json"));
-    CHECK(found(L"G\\x\\M2.exe") == L"none");
-}
-
 TEST_CASE("every game server becomes a zone or a problem and an installation counts once") {
     const TempDirectory place;
-    for (const auto& [zone, json] : {std::pair(L"One", R"({"DBInfo":{"sDBName":"G1"}})"),
-                                     {L"nameless", R"({"ServerInfo":{"sServerName":"x"}})"},
-                                     {L"locked", "{}"},
-                                     {L"last", R"({"DBInfo":{"sDBName":"G3"}})"}}) {
-        place.Write(std::wstring(zone) + L"\\Config.Json", json);
-        place.Write(std::wstring(zone) + L"\\Config.ini", "");
+    for (const auto& [zone, json] : {std::pair(L"One\\", R"({"DBInfo":{"sDBName":"G1"}})"),
+                                     {L"last\\Mir200\\", "{}"},
+                                     {L"nameless\\", R"({"ServerInfo":{"sServerName":"x"}})"},
+                                     {L"locked\\", "{}"},
+                                     {L"last\\", R"({"DBInfo":{"sDBName":"G3"}})"}}) {
+        place.Write(std::wstring(zone) + L"Config.Json", json);
+        place.Write(std::wstring(zone) + L"Config.ini", "");
     }
+    // Both files must be there, and be files.
+    place.Make(L"One\\json\\Config.ini");
+    for (const wchar_t* alone : {L"One\\json\\Config.Json", L"One\\ini\\Config.ini"})
+        place.Write(alone, "{}");
     std::vector<ServerProcessEntry> processes;
-    for (const wchar_t* image : {L"One", L"nameless", L"locked", L"ONE", L"LOCKED", L"lost", L"last"})
+    for (const std::wstring& image : Words(L"One\\ini nameless locked ONE\\json LOCKED lost last\\Mir200"))
         processes.push_back(
             {unsigned(processes.size()) + 4'000'000'000u, L"", place.At(image) + L"\\M2.exe"});
     processes.push_back({7, L"", L""});
     const FileHandle lock(CreateFileW(place.At(L"locked\\Config.Json").c_str(), GENERIC_READ, 0, nullptr,
                                       OPEN_EXISTING, 0, nullptr));
-    std::wstring problems = L"of the refresh before";
-    const auto zones = ReadZones(processes, problems);
-    REQUIRE(zones.size() == 2);
-    CHECK(zones[0].dbName + zones[1].dbName == L"G1G3");
-    CHECK(zones[0].processId == 4'000'000'000u);
-    CHECK(zones[1].configDirectory + zones[1].imagePath == place.At(L"last") + place.At(L"last\\M2.exe"));
+    std::wstring problems = L"of the refresh before", zones;
+    for (const GameServerInfo& zone : ReadZones(processes, problems))
+        zones += zone.dbName + L" " + std::to_wstring(zone.processId) + zone.configDirectory + zone.imagePath;
+    CHECK(zones == L"G1 4000000000" + place.At(L"One") + place.At(L"One\\ini\\M2.exe") + L"G3 4000000006" +
+                       place.At(L"last") + place.At(L"last\\Mir200\\M2.exe"));
     const std::wstring lost = L" 没找到上级 Config.Json / Config.ini";
     CHECK(problems == place.At(L"nameless 的 Config.Json 没有 DBInfo.sDBName；") +
                           place.At(L"locked 配置读取失败；进程 4000000005") + lost + L"；进程 7" + lost);
 }
 
 TEST_CASE("processes are found by their whole name and nothing stays open") {
-    const TempDirectory place;
-    const std::wstring name = L"M2-" + std::to_wstring(GetCurrentProcessId()) + L".exe";
-    std::filesystem::copy_file(Built(L"demo\\M2Server.exe"), place.At(name));
-    const desk::Program server(place.At(name));
     // Without a leak new handles get the same numbers each time; Windows also counts them.
     const auto used = [] {
         DWORD count = 0;
@@ -86,16 +59,12 @@ TEST_CASE("processes are found by their whole name and nothing stays open") {
         for (int i = 0; i < 9; ++i) fillers.emplace_back(CreateEventW(nullptr, TRUE, TRUE, nullptr));
         return std::pair(count, fillers.back().Get());
     };
-    CHECK(EnumerateServerProcesses(name.substr(0, name.size() - 4)).empty());
+    CHECK(EnumerateServerProcesses(L"rule_tests").empty());
     const auto before = used();
-    for (int i = 0; i < 9; ++i) {
-        const auto found = EnumerateServerProcesses(L"m" + name.substr(1, name.size() - 4) + L"EXE");
-        REQUIRE(found.size() == 1);
-        CHECK(found[0].processId == server.Id());
-        CHECK(found[0].exeName + found[0].imagePath == name + place.At(name));
+    std::wstring found;
+    for (const ServerProcessEntry& process : EnumerateServerProcesses(L"Rule_Tests.EXE")) {
+        if (process.processId == GetCurrentProcessId()) found += process.exeName + process.imagePath;
     }
     CHECK(used() == before);
-    std::wstring problems;
-    CHECK(DiscoverGameServers(name, problems).empty());
-    CHECK(problems.find(std::to_wstring(server.Id())) != problems.npos);
+    CHECK(found == L"rule_tests.exe" + Built(L"tests\\rule_tests.exe"));
 }

@@ -16,9 +16,10 @@ TEST_CASE("the program's file brings its icon its version and its manifest along
     for (size_t entry = 6; entry < icon.size(); entry += 14) sizes += std::to_string(icon[entry]) + " ";
     CHECK(sizes == "16 20 24 32 48 64 0 ");
     const std::string_view manifest = resource(RT_MANIFEST, 1);
-    for (const char* part : {R"(name="Microsoft.Windows.Common-Controls" version="6.0.0.0")",
-                             R"(publicKeyToken="6595b64144ccf1df")", R"(level="asInvoker" uiAccess="false")",
-                             "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"})
+    for (const char* part :
+         {R"(name="Microsoft.Windows.Common-Controls" version="6.0.0.0")",
+          R"(publicKeyToken="6595b64144ccf1df")", R"(level="asInvoker" uiAccess="false")",
+          "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}", "<gdiScaling xmlns=", ">true</gdiScaling>"})
         CHECK(manifest.find(part) != manifest.npos);
     for (const char* part : {"activeCodePage", "dpiAware"}) CHECK(manifest.find(part) == manifest.npos);
     std::string version(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
@@ -32,12 +33,11 @@ TEST_CASE("the program's file brings its icon its version and its manifest along
     const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(value(L"\\"));
     CHECK((fixed->dwFileVersionMS == 0x20004 && fixed->dwFileVersionLS == 0x10000));
     CHECK((fixed->dwProductVersionMS == 0x20004 && fixed->dwProductVersionLS == 0x10000));
-    for (const TextRow& row :
-         {TextRow{L"CompanyName", L"Velkor"}, TextRow{L"FileVersion", L"2.4.1"},
-          TextRow{L"FileDescription", L"Velkor版合区ID重复查询工具"}, TextRow{L"ProductVersion", L"2.4.1"},
-          TextRow{L"ProductName", L"Velkor版合区ID重复查询工具"},
-          TextRow{L"OriginalFilename", L"MergeAccountQuery.exe"}}) {
-        CHECK(static_cast<const wchar_t*>(value(L"\\StringFileInfo\\080404B0\\" + std::wstring(row.in))) ==
-              row.expected);
-    }
+    std::wstring texts;
+    for (const std::wstring& name :
+         Words(L"CompanyName FileDescription ProductName OriginalFilename FileVersion ProductVersion"))
+        texts +=
+            static_cast<const wchar_t*>(value(L"\\StringFileInfo\\080404B0\\" + name)) + std::wstring(L"|");
+    CHECK(texts ==
+          L"Velkor|Velkor版合区ID重复查询工具|Velkor版合区ID重复查询工具|MergeAccountQuery.exe|2.4.1|2.4.1|");
 }

@@ -5,24 +5,11 @@
 
 static constexpr wchar_t kFile[] = L"QuerySettings.ini";
 
-// The result of a function that runs with another current directory.
-template <class Result>
-Result In(const std::wstring& directory, Result (*function)()) {
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(directory);
-    const Result result = function();
-    std::filesystem::current_path(previous);
-    return result;
-}
-
-static std::wstring TextOf(const QuerySettings& settings) {
+static std::wstring LoadedIn(const TempDirectory& place) {
+    std::filesystem::current_path(place.At(L""));
+    const QuerySettings settings = LoadQuerySettings();
     return settings.m2ProcessName + L"|" + settings.accountTable + L"|" + settings.accountField + L"|" +
            settings.driver + L"|" + std::to_wstring(settings.maxResults);
-}
-
-TEST_CASE("four words ask for automatic detection") {
-    for (const wchar_t* word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) CHECK(IsAutoValue(word));
-    for (const wchar_t* word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) CHECK_FALSE(IsAutoValue(word));
 }
 
 TEST_CASE("the settings file is looked for beside the program and upward from the current directory") {
@@ -33,56 +20,56 @@ TEST_CASE("the settings file is looked for beside the program and upward from th
     CHECK(SettingsPathCandidates(L"D:\\m.exe", L"C:\\1").back() == L"C:\\QuerySettings.ini");
     const TempDirectory place;
     place.Write(kFile, "");
-    place.Make(L"1\\2\\3\\4\\5");
     place.Make(L"1\\2\\QuerySettings.ini");  // a directory of that name is passed over
-    CHECK(In(place.At(L"1\\2\\3\\4"), QuerySettingsPath) == place.At(kFile));
-    CHECK(In(place.At(L"1\\2\\3\\4\\5"), QuerySettingsPath) ==
-          Built(L"tests\\QuerySettings.ini"));  // none there: beside the program
+    place.Make(L"1\\2\\3\\4\\5");
+    std::filesystem::current_path(place.At(L"1\\2\\3\\4"));
+    CHECK(QuerySettingsPath() == place.At(kFile));
+    std::filesystem::current_path(place.At(L"1\\2\\3\\4\\5"));
+    CHECK(QuerySettingsPath() == Built(L"tests\\QuerySettings.ini"));  // none there: beside the program
 }
 
 TEST_CASE("settings are read with defaults for what is missing and limits for what is not") {
     const std::wstring kDefaults = L"M2Server.exe|AUTO|AUTO||";
-    for (const auto& [file, expected] :
-         {std::pair(std::string(), kDefaults + L"100"),
-          {"[ODBC]\nMaxResults=7\n[Query]\nDriver=x\n", kDefaults + L"100"},
-          {"[Query]\nM2ProcessName= Z.exe \nAccountTable=dbo.T\nAccountField=F\nMaxResults=7\n"
-           "[ODBC]\nDriver=\" My D \"\n",
-           L"Z.exe|dbo.T|F|My D|7"},
-          {"[Query]\nM2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
-          {"[Query]\nMaxResults=-5\n", kDefaults + L"1"},
-          {"[Query]\nMaxResults=0\n", kDefaults + L"1"},
-          {"[Query]\nMaxResults=many\n", kDefaults + L"1"},
-          {"[Query]\nMaxResults=500\n", kDefaults + L"500"},
-          {"[Query]\nMaxResults=501\n", kDefaults + L"500"},
-          {"[Query]\nAccountTable=" + std::string(1030, 'x') + "\n",
+    for (const auto& [query, expected] :
+         {std::pair(std::string("Driver=x\n[ODBC]\nMaxResults=7"), kDefaults + L"100"),
+          {"M2ProcessName= Z.exe \nAccountTable=d.T\nAccountField=F\nMaxResults=7\n[ODBC]\nDriver=\" My D \"",
+           L"Z.exe|d.T|F|My D|7"},
+          {"M2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
+          {"MaxResults=-5", kDefaults + L"1"},
+          {"MaxResults=many", kDefaults + L"1"},
+          {"MaxResults=501", kDefaults + L"500"},
+          {"AccountTable=" + std::string(1030, 'x'),
            L"M2Server.exe|" + std::wstring(1023, L'x') + L"|AUTO||100"}}) {
         const TempDirectory place;
-        place.Write(kFile, file);
-        CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == expected);
+        place.Write(kFile, "[Query]\n" + query + "\n");
+        CHECK(LoadedIn(place) == expected);
     }
+    for (const wchar_t* word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) CHECK(IsAutoValue(word));
+    for (const wchar_t* word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) CHECK_FALSE(IsAutoValue(word));
 }
 
 TEST_CASE("saved settings have their order in a new file and are read back whatever their names") {
     const TempDirectory place;
-    QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
+    const QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
     SaveQuerySettings(settings);
-    CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == L"Z.exe|表|F|My D|7");
+    CHECK(LoadedIn(place) == L"Z.exe|表|F|My D|7");
     CHECK(AnsiToWide(ReadWholeFile(settings.path)) ==
           L"[Query]\r\nM2ProcessName=Z.exe\r\nAccountTable=表\r\nAccountField=F\r\nMaxResults=7\r\n"
           L"[ODBC]\r\nDriver=My D\r\n");
     // Names beyond the system's code page, each alone; what else stands in the file stays.
-    for (const auto name : {&QuerySettings::m2ProcessName, &QuerySettings::accountTable,
-                            &QuerySettings::accountField, &QuerySettings::driver}) {
+    for (const auto& [name, expected] : {std::pair(&QuerySettings::m2ProcessName, L"계정|表|F|My D|7"),
+                                         {&QuerySettings::accountTable, L"Z.exe|계정|F|My D|7"},
+                                         {&QuerySettings::accountField, L"Z.exe|表|계정|My D|7"},
+                                         {&QuerySettings::driver, L"Z.exe|表|F|계정|7"}}) {
         place.Write(kFile, "; kept\r\n[Other]\r\nKey=1\r\n");
         QuerySettings foreign = settings;
         foreign.*name = L"계정";
         for (int twice = 0; twice < 2; ++twice) SaveQuerySettings(foreign);
-        CHECK(TextOf(In(place.At(L""), LoadQuerySettings)) == TextOf(foreign));
+        CHECK(LoadedIn(place) == expected);
         const std::string bytes = ReadWholeFile(settings.path);
         CHECK(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), 25) ==
               L"\uFEFF; kept\r\n[Other]\r\nKey=1\r\n");
     }
     CHECK_FALSE(IsRegularFile(settings.path + L".new"));
-    settings.path = place.At(L"missing\\QuerySettings.ini");
-    CHECK_NOTHROW(SaveQuerySettings(settings));
+    CHECK_NOTHROW(SaveQuerySettings({place.At(L"missing\\QuerySettings.ini"), L"계정", L"", L"", L"", 7}));
 }

@@ -4,8 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <string_view>
 
 #include "discovery/paths.h"
 
@@ -27,21 +25,19 @@ public:
     }
     ~TempDirectory() {
         std::error_code ignored;
+        std::filesystem::current_path("\\", ignored);  // the current one could not be deleted
         std::filesystem::remove_all(path_, ignored);
     }
     TempDirectory(const TempDirectory&) = delete;
     TempDirectory& operator=(const TempDirectory&) = delete;
 
     std::wstring At(std::wstring_view relative) const { return path_ + L"\\" + std::wstring(relative); }
-
     /// Makes a directory and those above it.
     void Make(std::wstring_view relative) const { std::filesystem::create_directories(At(relative)); }
-
     /// Writes a file of exactly these bytes, in a directory that is made when it is missing.
     void Write(std::wstring_view relative, std::string_view bytes) const {
-        const std::filesystem::path file = At(relative);
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << bytes;
+        Make(ParentPath(relative));
+        std::ofstream(std::filesystem::path(At(relative)), std::ios::binary) << bytes;
     }
 
 private:

@@ -2,31 +2,29 @@
 
 #include <doctest/doctest.h>
 
-#include <string>
-#include <string_view>
+#include <iterator>
+#include <sstream>
+#include <vector>
 
 #include "text/text.h"
 
 // How a failed check prints wide texts: as UTF-8. Without this doctest prints them as "{?}".
-namespace doctest {
-template <>
-struct StringMaker<std::wstring_view> {
+template <std::convertible_to<std::wstring_view> Text>
+struct doctest::StringMaker<Text> {
     static String convert(std::wstring_view text) { return WideToUtf8(text).c_str(); }
 };
-template <>
-struct StringMaker<std::wstring> : StringMaker<std::wstring_view> {};
-template <>
-struct StringMaker<const wchar_t*> : StringMaker<std::wstring_view> {};
-template <size_t N>
-struct StringMaker<wchar_t[N]> : StringMaker<std::wstring_view> {};
-template <size_t N>
-struct StringMaker<const wchar_t[N]> : StringMaker<std::wstring_view> {};
-}  // namespace doctest
 
 /// A row of the simplest tables: the failed check prints both texts, so that no row needs a name.
 struct TextRow {
     std::wstring_view in, expected;
 };
+
+/// The parts of a text between its blanks.
+inline std::vector<std::wstring> Words(const std::wstring& text) {
+    std::wistringstream stream(text);
+    using Word = std::istream_iterator<std::wstring, wchar_t>;
+    return {Word(stream), Word()};
+}
 
 /// The text of the error that an action throws; "(nothing)" when it throws none.
 template <class Action>
