@@ -9,12 +9,8 @@
 // The result of a search as "schema.table.column account account", or its error.
 static std::wstring Found(const TestDatabase& database, const std::wstring& keyword,
                           const QuerySettings& settings = {}) {
-    GameServerInfo zone;
-    zone.dbHost = Server().host;
-    zone.dbPort = Server().port;
-    zone.dbUser = Server().user;
-    zone.dbPassword = Server().password;
-    zone.dbName = database.Name();
+    const auto& [host, port, user, password, folder] = Server();
+    const GameServerInfo zone = {L"", L"", L"", 0, host, port, database.Name(), user, password, L"", L""};
     std::wstring text;
     const std::wstring error = ErrorOf([&] {
         const auto [accounts, source] = SearchAccounts(zone, keyword, settings);
@@ -22,6 +18,12 @@ static std::wstring Found(const TestDatabase& database, const std::wstring& keyw
         for (const std::wstring& account : accounts) text += L" " + account;
     });
     return text.empty() ? error : text;
+}
+
+static std::wstring ManyColumns() {
+    std::wstring columns = L"c0 varchar(9)";
+    for (int i = 1; i < 160; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
+    return columns;
 }
 
 static QuerySettings Manual(const wchar_t* table, const wchar_t* field, int maxResults = 100) {
@@ -101,19 +103,17 @@ TEST_CASE("a search scans probes and reads on one connection") {
 TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))",
-                                            L"CREATE TABLE plain (" + ManyColumns(160) + L")",
+                                            L"CREATE TABLE plain (" + ManyColumns() + L")",
                                             L"INSERT INTO plain (c147, c148) VALUES ('last', 'beyond')"});
     const auto probes = [&](const wchar_t* keyword, const wchar_t* found) {
-        const Trace trace;
-        CHECK(Found(database, keyword).starts_with(found));
-        return std::ranges::count_if(trace.Events(), [](const std::wstring& event) {
-            return event.starts_with(L"prepare SELECT TOP (1)");
-        });
+        const auto events = EventsOf([&] { CHECK(Found(database, keyword).starts_with(found)); });
+        return std::ranges::count_if(
+            events, [](auto& event) { return event.starts_with(L"prepare SELECT TOP (1) "); });
     };
     CHECK(probes(L"last", L"dbo.plain.c147 last") == 150);
     CHECK(probes(L"beyond", L"dbo.t_user.u1") == 150);  // a score of 80 is trusted
     // A table whose columns score exactly 20.
-    database.Run({L"CREATE TABLE accountlog (" + ManyColumns(160) + L")",
+    database.Run({L"CREATE TABLE accountlog (" + ManyColumns() + L")",
                   L"INSERT INTO accountlog (c159) VALUES ('beyond')"});
     CHECK(probes(L"beyond", L"dbo.accountlog.c159 beyond") == 162);
 }
@@ -124,21 +124,18 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
                                             L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
                                             L"('sane', NULL)"});
     const std::wstring kFirst = L"dbo.account.account same sane", kSecond = L"dbo.account.login same";
-    struct Row {
-        std::string fault;
-        std::wstring found;
-    };
-    for (const Row& row :
+    using Row = std::pair<std::string, std::wstring>;
+    for (const auto& [fault, found] :
          {Row{"statement\t2", kSecond}, Row{"prepare\t1", kSecond}, Row{"bind\t1", kSecond},
           Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t6", kFirst},
           Row{"statement\t1", L"ODBC statement failed"}, Row{"statement\t3", L"ODBC statement failed"},
           Row{"execute\t1", L"HY000: 断开"}, Row{"prepare\t2", L"HY000: 断开"},
           Row{"bind\t2", L"HY000: 断开"}, Row{"execute\t3", L"HY000: 断开"},
           Row{"die\tfetch\t2", L"HY000: 断开"}, Row{"die\tfetch\t5", L"HY000: 断开"}}) {
-        CAPTURE(row.fault);
+        CAPTURE(fault);
         {
-            const Faults faults(row.fault + "\tHY000\t1\t断开\n");
-            CHECK(Found(database, L"sa") == row.found);
+            const Faults faults(fault + "\tHY000\t1\t断开\n");
+            CHECK(Found(database, L"sa") == found);
         }
         CHECK(LiveHandles() == 0);
     }

@@ -52,20 +52,9 @@ MergeFixture::MergeFixture()
       b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kReferringTables, kRowsOfB}),
       third_(L"C三区", {kMainTables, kRowsOfThird}) {}
 
-std::vector<DuplicateRole> MergeFixture::Roles() const {
-    return FindDuplicateRoles(Connect(L"master").Connection(), A(), B());
-}
-
-std::vector<DuplicateGuild> MergeFixture::Guilds() const {
-    return FindDuplicateGuilds(Connect(L"master").Connection(), A(), B());
-}
-
-std::vector<RelatedField> MergeFixture::FieldsOf(const std::wstring& id) const {
-    return CountRoleIdHits(Connect(L"master").Connection(), B(), id);
-}
-
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");
-    return {PlanRoleIdBatch(session.Connection(), B(), A(), Roles()),
-            PlanGuildIdBatch(session.Connection(), B(), A(), Guilds())};
+    const SQLHDBC on = session.Connection();
+    return {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B())),
+            PlanGuildIdBatch(on, B(), A(), FindDuplicateGuilds(on, A(), B()))};
 }

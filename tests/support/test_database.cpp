@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 
 #include "db/odbc_statement.h"
-#include "discovery/files.h"
 #include "text/text.h"
 
 namespace {
@@ -84,12 +82,6 @@ void RunSql(const OdbcSession& session, std::initializer_list<std::wstring_view>
     }
 }
 
-std::wstring QueryText(const OdbcSession& session, const std::wstring& sql) {
-    const OdbcStatement statement = ExecuteDirect(session.Connection(), sql, true);
-    TextColumns row(statement.Get(), 1);
-    return FetchCompleteRow(statement.Get()) ? std::wstring(row.Text(0)) : std::wstring();
-}
-
 TestDatabase::TestDatabase(std::wstring_view suffix, std::initializer_list<std::wstring_view> batches)
     : name_(L"merge_test_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::wstring(suffix)) {
     RunSql(Connect(L"master"), {L"CREATE DATABASE [" + name_ + L"] COLLATE Chinese_PRC_CI_AS"});
@@ -109,29 +101,26 @@ TestDatabase::~TestDatabase() {
 
 Content ContentOf(const std::wstring& database) {
     const OdbcSession session = Connect(database);
-    std::map<std::wstring, std::vector<std::wstring>> tables;
-    {
-        const OdbcStatement rows = ExecuteDirect(
-            session.Connection(),
-            L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS", true);
-        for (TextColumns row(rows.Get(), 3); FetchCompleteRow(rows.Get());) {
-            const std::wstring table =
-                L"[" + std::wstring(row.Text(0)) + L"].[" + std::wstring(row.Text(1)) + L"]";
-            tables[table].emplace_back(row.Text(2));
-        }
-    }
+    // Calls back with every row's texts.
+    const auto forEachRow = [&](const std::wstring& sql, size_t columns, const auto& callback) {
+        const OdbcStatement rows = ExecuteDirect(session.Connection(), sql, true);
+        for (TextColumns row(rows.Get(), columns); FetchCompleteRow(rows.Get());) callback(row);
+    };
     Content content;
-    for (const auto& [table, columns] : tables) {
-        std::wstring sql = L"SELECT CAST([n] AS NVARCHAR(20))";
-        for (const std::wstring& column : columns) sql += L", CAST([" + column + L"] AS NVARCHAR(250))";
-        const OdbcStatement rows = ExecuteDirect(session.Connection(), sql + L" FROM " + table, true);
-        for (TextColumns row(rows.Get(), columns.size() + 1); FetchCompleteRow(rows.Get());) {
-            for (size_t i = 0; i < columns.size(); ++i) {
-                std::wstring& value = content[table + L"." + columns[i] + L" " + std::wstring(row.Text(0))];
-                value = row.IsNull(i + 1) ? L"(null)" : row.Text(i + 1);
-            }
-        }
-    }
+    std::vector<std::pair<std::wstring, std::wstring>> columns;
+    forEachRow(L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS", 3,
+               [&](const TextColumns& row) {
+                   columns.emplace_back(
+                       L"[" + std::wstring(row.Text(0)) + L"].[" + std::wstring(row.Text(1)) + L"]",
+                       row.Text(2));
+               });
+    for (const auto& [table, column] : columns)
+        forEachRow(
+            L"SELECT CAST([n] AS NVARCHAR(20)), CAST([" + column + L"] AS NVARCHAR(250)) FROM " + table, 2,
+            [&](const TextColumns& row) {
+                content[table + L"." + column + L" " + std::wstring(row.Text(0))] =
+                    row.IsNull(1) ? L"(null)" : row.Text(1);
+            });
     return content;
 }
 
@@ -145,12 +134,10 @@ Content Difference(const Content& before, const Content& after) {
 
 std::vector<std::wstring> Trace::Events() const {
     std::vector<std::wstring> events;
-    std::istringstream lines(ReadWholeFile(path.wstring()));
-    for (std::string line; std::getline(lines, line);) {
-        // process, connection, event, text
-        line.erase(0, line.find('\t', line.find('\t') + 1) + 1);
-        if (const size_t tab = line.find('\t'); tab != line.npos) line[tab] = ' ';
-        events.push_back(Utf8ToWide(line));
+    std::ifstream file(path, std::ios::binary);
+    for (std::string process, connection, event, text;
+         file >> process >> connection >> event && std::getline(file.ignore(), text);) {
+        events.push_back(Utf8ToWide(event + " " + text));
     }
     return events;
 }
@@ -172,11 +159,5 @@ int LiveHandles() {
 
 void ForgetHandles() {
     if (!RealServer().host.empty()) return;
-    for (const std::filesystem::path& file : HandleFiles()) std::filesystem::remove(file);
-}
-
-std::wstring ManyColumns(int count) {
-    std::wstring columns = L"c0 varchar(9)";
-    for (int i = 1; i < count; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
-    return columns;
+    for (const std::filesystem::path& path : HandleFiles()) std::filesystem::remove(path);
 }

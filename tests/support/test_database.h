@@ -38,9 +38,6 @@ OdbcSession Connect(const std::wstring& database);
 /// @throws RuntimeError with the diagnostic text.
 void RunSql(const OdbcSession& session, std::initializer_list<std::wstring_view> batches);
 
-/// The first column of a query's first row as text.
-std::wstring QueryText(const OdbcSession& session, const std::wstring& sql);
-
 /// A database of one case, case-insensitive like the game's own, dropped at the end.
 class TestDatabase {
 public:
@@ -105,6 +102,3 @@ std::wstring ToldBy(Action action) {
 /// program that was killed leaves its count behind, to be forgotten.
 int LiveHandles();
 void ForgetHandles();
-
-/// "c0 varchar(9), c1 varchar(9), .."
-std::wstring ManyColumns(int count);
