@@ -86,6 +86,22 @@ TEST_CASE("one number is read from a query") {
           L"ODBC 未返回详细错误");
 }
 
+TEST_CASE("a text that does not fit is cut at the edge of its buffer and never read past it") {
+    const OdbcSession session = Connect(L"master");
+    for (const size_t before : {252u, 253u, 254u, 255u, 300u}) {
+        CAPTURE(before);
+        const std::wstring value =
+            std::wstring(before, L'长') + L"\xD842\xDFB7z";  // one supplementary character
+        const OdbcStatement rows = ExecuteDirect(session.Connection(), L"SELECT N'" + value + L"', 1", true);
+        TextColumns row(rows.Get(), 2);
+        REQUIRE(FetchCompleteRow(rows.Get()));
+        // A driver may leave out a character that would be cut in half.
+        const size_t units = row.Text(0).size();
+        CHECK((units == std::min<size_t>(value.size(), 255) || (before == 254 && units == 254)));
+        CHECK((value.starts_with(row.Text(0)) && row.Text(1) == L"1"));
+    }
+}
+
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
     const TestDatabase database(L"transaction", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (0)"});
     // The driver has failed to roll back: the server's own statement does.

@@ -2,8 +2,7 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <iterator>
+#include <array>
 
 #include "db/odbc_statement.h"
 #include "text/text.h"
@@ -101,35 +100,32 @@ TestDatabase::~TestDatabase() {
 
 Content ContentOf(const std::wstring& database) {
     const OdbcSession session = Connect(database);
-    // Calls back with every row's texts.
-    const auto forEachRow = [&](const std::wstring& sql, size_t columns, const auto& callback) {
+    const auto rowsOf = [&](size_t columns, const std::wstring& sql) {
+        std::vector<std::array<std::wstring, 3>> all;
         const OdbcStatement rows = ExecuteDirect(session.Connection(), sql, true);
-        for (TextColumns row(rows.Get(), columns); FetchCompleteRow(rows.Get());) callback(row);
+        for (TextColumns row(rows.Get(), columns); FetchCompleteRow(rows.Get());) {
+            auto& texts = all.emplace_back();
+            for (size_t i = 0; i < columns; ++i) texts[i] = row.IsNull(i) ? L"(null)" : row.Text(i);
+        }
+        return all;
     };
     Content content;
-    std::vector<std::pair<std::wstring, std::wstring>> columns;
-    forEachRow(L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS", 3,
-               [&](const TextColumns& row) {
-                   columns.emplace_back(
-                       L"[" + std::wstring(row.Text(0)) + L"].[" + std::wstring(row.Text(1)) + L"]",
-                       row.Text(2));
-               });
-    for (const auto& [table, column] : columns)
-        forEachRow(
-            L"SELECT CAST([n] AS NVARCHAR(20)), CAST([" + column + L"] AS NVARCHAR(250)) FROM " + table, 2,
-            [&](const TextColumns& row) {
-                content[table + L"." + column + L" " + std::wstring(row.Text(0))] =
-                    row.IsNull(1) ? L"(null)" : row.Text(1);
-            });
+    for (const auto& [schema, table, column] :
+         rowsOf(3, L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS")) {
+        const std::wstring from = L"[" + schema + L"].[" + table + L"]";
+        for (const auto& [n, value, none] : rowsOf(2, L"SELECT CAST([n] AS NVARCHAR(20)), CAST([" + column +
+                                                          L"] AS NVARCHAR(250)) FROM " + from))
+            content[from + L"." + column + L" " + n] = value;
+    }
     return content;
 }
 
-Content Difference(const Content& before, const Content& after) {
-    Content changed;
-    const auto add = std::inserter(changed, changed.end());
-    std::set_difference(after.begin(), after.end(), before.begin(), before.end(), add);
-    std::set_difference(before.begin(), before.end(), after.begin(), after.end(), add);  // what vanished
-    return changed;
+Content Difference(const Content& before, Content after) {
+    for (const auto& cell : before) {
+        const auto [place, vanished] = after.insert(cell);
+        if (!vanished && *place == cell) after.erase(place);
+    }
+    return after;
 }
 
 std::vector<std::wstring> Trace::Events() const {

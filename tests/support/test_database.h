@@ -60,7 +60,7 @@ using Content = std::map<std::wstring, std::wstring>;
 Content ContentOf(const std::wstring& database);
 
 /// The cells that differ, with their later value, or the earlier one of a cell that vanished.
-Content Difference(const Content& before, const Content& after);
+Content Difference(const Content& before, Content after);
 
 /// A file for the stand-in, gone at the end of its scope.
 struct ServerFile {
