@@ -7,23 +7,14 @@
 
 using Fields = std::vector<RelatedField>;
 
-// Expects to be told at most once per percent, never backwards, and in the end that everything is done.
-struct Watcher {
-    size_t total, percent = 0;
-    ProgressObserver observer = [this](size_t done, size_t all) {
-        CHECK((all == total && done * 100 / total > percent));
-        percent = done * 100 / total;
-    };
-    ~Watcher() { CHECK(percent == 100); }
-};
-
 TEST_CASE("an observer is told once per percent and at the end") {
-    Watcher watcher{250};
-    Progress progress(watcher.observer, 250);
-    for (size_t done = 1; done <= 250; ++done) {
-        progress.Step();
-        CHECK(watcher.percent == done * 100 / 250);
-    }
+    size_t percent = 0;
+    const ProgressObserver observer = [&](size_t done, size_t total) {
+        CHECK(done * 100 / total == ++percent);
+    };
+    Progress progress(observer, 250);
+    for (int step = 0; step < 250; ++step) progress.Step();
+    CHECK(percent == 100);
 }
 
 TEST_CASE("duplicates are found by ascending ID and new IDs continue after the largest numeric ID") {
@@ -120,9 +111,12 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     const std::wstring &a = zones.A(), &b = zones.B();
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
-    Watcher planningRoles{3}, planningGuilds{2}, single{25}, batch{63};
-    const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b), planningRoles.observer);
-    const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), planningGuilds.observer);
+    std::wstring ends;
+    const ProgressObserver observer = [&](size_t done, size_t total) {
+        if (done == total) ends += std::to_wstring(total) + L" ";
+    };
+    const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b), observer);
+    const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), observer);
     // What the trace tells of a repair.
     std::wstring updates, hits, verifications;
     const auto expect = [&](IdKind kind, const std::wstring& id, const auto& newId, const Fields& fields) {
@@ -139,14 +133,15 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     };
     const Fields& fields = roles[1].fields;
     expect(IdKind::Role, L"1001", std::wstring(L"100299"), fields);
-    CHECK(ToldBy([&] { RepairRoleId(on, b, L"1001", L"100299", fields, single.observer); }) ==
+    CHECK(ToldBy([&] { RepairRoleId(on, b, L"1001", L"100299", fields, observer); }) ==
           L"manual \n" + updates + hits + L"commit \nauto \n");
     RepairRoleId(on, b, L"100299", L"1001", fields);  // so that the plan still fits
     updates.clear(), verifications.clear();
     for (const auto& [role, newId, related] : roles) expect(IdKind::Role, role.userId, newId, related);
     for (const auto& [guild, newId, related] : guilds) expect(IdKind::Guild, guild.guildId, newId, related);
-    CHECK(ToldBy([&] { RepairAllDuplicates(on, b, roles, guilds, batch.observer); }) ==
+    CHECK(ToldBy([&] { RepairAllDuplicates(on, b, roles, guilds, observer); }) ==
           L"manual \n" + updates + verifications + L"commit \nauto \n");
+    CHECK(ends == L"3 2 25 63 ");  // IDs planned, statements executed
     // Without anything to do nothing is asked, and what is malformed is refused before the transaction.
     CHECK(ToldBy([&] {
               RepairAllDuplicates(on, b, {}, {});
@@ -166,12 +161,20 @@ TEST_CASE("a batch repair of either kind or both replaces every duplicate and no
          {std::tuple(true, true, 25), {true, false, 21}, {false, true, 4}}) {
         const MergeFixture zones;
         const AllContents before = zones.Contents();
+        const OdbcSession other = Connect(zones.B());
+        RunSql(other, {L"SET LOCK_TIMEOUT 20"});
         BatchPlan plan = zones.Plan();
         if (!withRoles) plan.roles.clear();
         if (!withGuilds) plan.guilds.clear();
         int calls = 0;  // an observer that throws is not called again, and the repair goes on
-        RepairAllDuplicates(Connect(zones.B()).Connection(), zones.B(), plan.roles, plan.guilds,
-                            [&](size_t, size_t) { throw ++calls; });
+        const auto observer = [&](size_t, size_t) {
+            // The first row is counted, but not yet updated: others have to wait for it.
+            const std::wstring table = plan.roles.empty() ? L"TBL_GUILD_INFO" : L"TBL_CHARACTER";
+            const std::wstring error = ErrorOf([&] { RunSql(other, {L"UPDATE " + table + L" SET n = n"}); });
+            CHECK(error.starts_with(L"HYT00: "));
+            throw ++calls;
+        };
+        RepairAllDuplicates(Connect(zones.B()).Connection(), zones.B(), plan.roles, plan.guilds, observer);
         CHECK(calls == 1);
         const AllContents after = zones.Contents();
         CHECK((after.a == before.a && after.third == before.third));

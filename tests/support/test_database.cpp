@@ -21,46 +21,33 @@ std::wstring StandInRoot() {
     return std::filesystem::path(L"Z:" + root).make_preferred().wstring();
 }
 
-// Every process that uses the driver shows its handles in a file.
-std::vector<std::filesystem::path> HandleFiles() {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
-        if (entry.path().filename().wstring().starts_with(L"handles-")) files.push_back(entry.path());
-    }
-    return files;
-}
-
 // A server folder of this process alone, gone with it.
-struct StandInServer {
-    TestServer server = {L"test-" + std::to_wstring(GetCurrentProcessId()), 1433, L"sa", L"测试 p}w;1", L""};
-
-    StandInServer() {
-        ForgetHandles();
-        server.folder = StandInRoot() + L"\\" + server.host + L",1433";
-        std::filesystem::remove_all(server.folder);  // of an earlier process with our number
-        std::filesystem::create_directory(server.folder);
-        std::ofstream(std::filesystem::path(server.folder) / "server.conf", std::ios::binary)
-            << "user=sa\npassword=" << WideToUtf8(server.password) << "\n";
+struct StandInServer : TestServer {
+    StandInServer()
+        : TestServer{L"test-" + std::to_wstring(GetCurrentProcessId()), 1433, L"sa", L"测试 p}w;1"} {
+        LiveHandles(true);
+        folder = StandInRoot() + L"\\" + host + L",1433";
+        std::filesystem::remove_all(folder);  // of an earlier process with our number
+        std::filesystem::create_directory(folder);
+        std::ofstream(std::filesystem::path(folder) / "server.conf", std::ios::binary)
+            << "user=sa\npassword=" << WideToUtf8(password) << "\n";
     }
     ~StandInServer() {
         std::error_code ignored;
-        std::filesystem::remove_all(server.folder, ignored);
+        std::filesystem::remove_all(folder, ignored);
     }
 };
-
-TestServer RealServer() {
-    const std::wstring port = Environment(L"MERGE_TEST_SQL_PORT");
-    return {Environment(L"MERGE_TEST_SQL_SERVER"), port.empty() ? 1433 : std::stoi(port),
-            Environment(L"MERGE_TEST_SQL_USER"), Environment(L"MERGE_TEST_SQL_PASSWORD"), L""};
-}
 
 }  // namespace
 
 const TestServer& Server() {
-    static const TestServer real = RealServer();
+    static const std::wstring port = Environment(L"MERGE_TEST_SQL_PORT");
+    static const TestServer real = {
+        Environment(L"MERGE_TEST_SQL_SERVER"), port.empty() ? 1433 : std::stoi(port),
+        Environment(L"MERGE_TEST_SQL_USER"), Environment(L"MERGE_TEST_SQL_PASSWORD"), L""};
     if (!real.host.empty()) return real;
     static const StandInServer standIn;
-    return standIn.server;
+    return standIn;
 }
 
 OdbcSession Connect(const std::wstring& database) {
@@ -144,16 +131,15 @@ std::wstring Trace::Told() const {
     return told;
 }
 
-int LiveHandles() {
+int LiveHandles(bool forget) {
     int live = 0;
-    for (const std::filesystem::path& path : HandleFiles()) {
-        std::ifstream file(path);
+    // Every process that uses the driver shows its handles in a file.
+    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
+        if (!entry.path().filename().wstring().starts_with(L"handles-")) continue;
+        std::ifstream file(entry.path());
         for (int count = 0; file >> count;) live += count;
+        file.close();
+        if (forget) std::filesystem::remove(entry.path());
     }
     return live;
-}
-
-void ForgetHandles() {
-    if (!RealServer().host.empty()) return;
-    for (const std::filesystem::path& path : HandleFiles()) std::filesystem::remove(path);
 }

@@ -16,7 +16,7 @@ struct TestServer {
     std::wstring host;
     int port = 1433;
     std::wstring user, password;
-    std::wstring folder;  // of the stand-in; empty for a real server
+    std::wstring folder = {};  // of the stand-in; empty for a real server
 };
 const TestServer& Server();
 
@@ -100,5 +100,7 @@ std::wstring ToldBy(Action action) {
 
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.
-int LiveHandles();
-void ForgetHandles();
+int LiveHandles(bool forget = false);
+inline void ForgetHandles() {
+    if (CanInjectFaults()) LiveHandles(true);
+}
