@@ -5,13 +5,9 @@
 #include "tests/support/merge_fixture.h"
 #include "tests/support/wide_text.h"
 
-using Fields = std::vector<RelatedField>;
-
 TEST_CASE("an observer is told once per percent and at the end") {
     size_t percent = 0;
-    const ProgressObserver observer = [&](size_t done, size_t total) {
-        CHECK(done * 100 / total == ++percent);
-    };
+    const ProgressObserver observer = [&](size_t done, size_t all) { CHECK(done * 100 / all == ++percent); };
     Progress progress(observer, 250);
     for (int step = 0; step < 250; ++step) progress.Step();
     CHECK(percent == 100);
@@ -25,12 +21,12 @@ TEST_CASE("duplicates are found by ascending ID and new IDs continue after the l
     std::wstring found;
     const std::vector<DuplicateRole> duplicates = FindDuplicateRoles(on, zones.A(), zones.B());
     for (const auto& [id, nameA, accountA, serverA, nameB, accountB, serverB] : duplicates)
-        for (const auto& text : {id, nameA, accountA, serverA, nameB, accountB, serverB})
-            found += text + L" ";
+        found +=
+            id + L" " + nameA + L" " + accountA + serverA + L" " + nameB + L" " + accountB + serverB + L" ";
     for (const auto& [id, nameA, nameB] : FindDuplicateGuilds(on, zones.A(), zones.B()))
         found += id + nameA + nameB + L" ";
     CHECK(found ==
-          L"0012 赵六 zhao 1 赵六 zhao 2 1001 张三 zhang 1 李四 li 2 1002 王五 wang 1  wang 2 "
+          L"0012 赵六 zhao1 赵六 zhao2 1001 张三 zhang1 李四 li2 1002 王五 wang1  wang2 "
           L"{A'1}玄武会朱雀会 {BBBB}青龙会白虎会 ");  // {bbbb} in B: what the collation takes for equal
 
     // Each online user database must have the character table.
@@ -119,7 +115,7 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), observer);
     // What the trace tells of a repair.
     std::wstring updates, hits, verifications;
-    const auto expect = [&](IdKind kind, const std::wstring& id, const auto& newId, const Fields& fields) {
+    const auto expect = [&](IdKind kind, const std::wstring& id, const auto& newId, const auto& fields) {
         const auto asks = [](const std::wstring& sql) { return L"execute " + sql + L"\n"; };
         updates += asks(CountIdRowsSql(kind, b, id, true)) + L"hints UPDLOCK,HOLDLOCK\n";
         verifications +=
@@ -131,7 +127,7 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
         }
         verifications += hits;
     };
-    const Fields& fields = roles[1].fields;
+    const auto& fields = roles[1].fields;
     expect(IdKind::Role, L"1001", std::wstring(L"100299"), fields);
     CHECK(ToldBy([&] { RepairRoleId(on, b, L"1001", L"100299", fields, observer); }) ==
           L"manual \n" + updates + hits + L"commit \nauto \n");
@@ -169,9 +165,8 @@ TEST_CASE("a batch repair of either kind or both replaces every duplicate and no
         int calls = 0;  // an observer that throws is not called again, and the repair goes on
         const auto observer = [&](size_t, size_t) {
             // The first row is counted, but not yet updated: others have to wait for it.
-            const std::wstring table = plan.roles.empty() ? L"TBL_GUILD_INFO" : L"TBL_CHARACTER";
-            const std::wstring error = ErrorOf([&] { RunSql(other, {L"UPDATE " + table + L" SET n = n"}); });
-            CHECK(error.starts_with(L"HYT00: "));
+            const wchar_t both[] = L"UPDATE TBL_CHARACTER SET n = n; UPDATE TBL_GUILD_INFO SET n = n";
+            CHECK(ErrorOf([&] { RunSql(other, {both}); }).starts_with(L"HYT00: "));
             throw ++calls;
         };
         RepairAllDuplicates(Connect(zones.B()).Connection(), zones.B(), plan.roles, plan.guilds, observer);
@@ -220,27 +215,21 @@ TEST_CASE("a repair that would not end as planned leaves everything as it was") 
     const BatchPlan good = zones.Plan();
     CHECK(ErrorOf([&] { RepairRoleId(on, zones.B(), L"1001", L"1001", good.roles[1].fields); }) ==
           L"事务内校验失败：仍有旧 ID 关联数据");
-    struct Row {
-        bool guild, mainTable;
-        std::wstring newId, error;
-    };
-    for (const Row& row :
-         {Row{false, true, L"100235", L"事务内校验失败，角色旧/新 ID 状态异常：0012"},  // of the plan before
-          Row{false, false, L"7", L"事务内校验失败，角色旧/新 ID 状态异常：1001"},
-          Row{true, false, L"{7}", L"事务内校验失败，行会旧/新 ID 状态异常：{BBBB}"},
+    for (const auto& [isGuild, withMainTable, newId, error] :
+         {std::tuple(false, true, L"100235", L"事务内校验失败，角色旧/新 ID 状态异常：0012"),  // already new
+          {false, false, L"7", L"事务内校验失败，角色旧/新 ID 状态异常：1001"},
+          {true, false, L"{7}", L"事务内校验失败，行会旧/新 ID 状态异常：{BBBB}"},
           // The later plan brings the earlier one's old ID back, into a column that both have.
-          Row{false, false, L"0012", L"事务内校验失败，仍有角色旧 ID 关联数据：0012"},
-          Row{true, false, L"{A'1}", L"事务内校验失败，仍有行会旧 ID 关联数据：{A'1}"}}) {
+          {false, false, L"0012", L"事务内校验失败，仍有角色旧 ID 关联数据：0012"},
+          {true, false, L"{A'1}", L"事务内校验失败，仍有行会旧 ID 关联数据：{A'1}"}}) {
         BatchPlan plan = good;
-        const auto spoil = [&](auto& plans) {
-            plans[1].newId = row.newId;
-            if (!row.mainTable)
-                std::erase_if(plans[1].fields, [](const RelatedField& field) {
-                    return field.column == L"FLD_USERID" || field.column == L"sGuildID";
-                });
-        };
-        row.guild ? spoil(plan.guilds) : spoil(plan.roles);
-        CHECK(ErrorOf([&] { RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds); }) == row.error);
+        (isGuild ? plan.guilds[1].newId : plan.roles[1].newId) = newId;
+        if (!withMainTable)
+            std::erase_if(isGuild ? plan.guilds[1].fields : plan.roles[1].fields,
+                          [](const RelatedField& field) {
+                              return field.column == L"FLD_USERID" || field.column == L"sGuildID";
+                          });
+        CHECK(ErrorOf([&] { RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds); }) == error);
     }
     CHECK(zones.Contents() == before);
 }

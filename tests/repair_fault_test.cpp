@@ -10,23 +10,18 @@
 // carried out at the end, so each way gets a fixture of its own.
 TEST_CASE("a single or batch repair that fails anywhere leaves everything as it was") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    struct Row {
-        std::string fault;
-        std::wstring message, messageOfBatch;
-        bool atEveryStatement;
-    };
-    for (const Row& row :
-         {Row{"statement", L"ODBC 语句句柄初始化失败", L"ODBC 语句句柄初始化失败", true},
-          Row{"execute", L"08S01: 注入", L"08S01: 注入", true},
-          Row{"die\texecute", L"08S01: 注入", L"08S01: 注入", true},
-          Row{"manual", L"无法开启 SQL 事务", L"无法开启统一修复 SQL 事务", false},
-          Row{"commit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false},
-          Row{"die\tcommit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false}}) {
+    for (const auto& [fault, message, messageOfBatch, atEveryStatement] :
+         {std::tuple(std::string("statement"), L"ODBC 语句句柄初始化失败", L"ODBC 语句句柄初始化失败", true),
+          {"execute", L"08S01: 注入", L"08S01: 注入", true},
+          {"die\texecute", L"08S01: 注入", L"08S01: 注入", true},
+          {"manual", L"无法开启 SQL 事务", L"无法开启统一修复 SQL 事务", false},
+          {"commit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false},
+          {"die\tcommit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false}}) {
         for (const bool batch : {false, true}) {
-            CAPTURE(row.fault);
+            CAPTURE(fault);
             // Single: a re-check, 12 updates, 12 verifications. Batch: a re-check and two counts for each of
             // 5 IDs, an update and a verification for each of their 24 fields.
-            const int points = !row.atEveryStatement ? 1 : batch ? 63 : 25;
+            const int points = !atEveryStatement ? 1 : batch ? 63 : 25;
             const MergeFixture zones;
             const AllContents before = zones.Contents();
             const BatchPlan plan = zones.Plan();
@@ -36,17 +31,17 @@ TEST_CASE("a single or batch repair that fails anywhere leaves everything as it 
                 {
                     const OdbcSession session = Connect(zones.B());
                     const SQLHDBC on = session.Connection();
-                    const Faults faults(row.fault + "\t" + std::to_string(position) + "\t08S01\t1\t注入\n");
+                    const Faults faults(fault + "\t" + std::to_string(position) + "\t08S01\t1\t注入\n");
                     error = ErrorOf([&] {
                         if (batch) return RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds);
                         RepairRoleId(on, zones.B(), L"1001", L"100235", plan.roles[1].fields);
                     });
                     SQLGetConnectAttrW(on, SQL_ATTR_AUTOCOMMIT, &mode, SQL_IS_UINTEGER, nullptr);
                 }
-                REQUIRE((mode == SQL_AUTOCOMMIT_ON || row.fault.starts_with("die")));
+                REQUIRE((mode == SQL_AUTOCOMMIT_ON || fault.starts_with("die")));
                 REQUIRE(LiveHandles() == 0);
                 const bool fails = position <= points;
-                REQUIRE(error == (!fails ? L"(nothing)" : batch ? row.messageOfBatch : row.message));
+                REQUIRE(error == (!fails ? L"(nothing)" : batch ? messageOfBatch : message));
                 REQUIRE((zones.Contents() == before) == fails);
             }
         }

@@ -12,8 +12,8 @@ extern "C" SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
     return reinterpret_cast<decltype(&SQLDisconnect)>(reinterpret_cast<void*>(real))(connection);
 }
 
-// What connecting asks the driver for, the error, and the number of disconnections; with a driver on the
-// account side, without one on the repair side.
+// What connecting asks the driver for, the error, how often it disconnected and what it left alive; with a
+// driver on the account side, without one on the repair side.
 static std::wstring Connecting(const wchar_t* driver = nullptr) {
     disconnections = 0;
     std::wstring error;
@@ -23,7 +23,7 @@ static std::wstring Connecting(const wchar_t* driver = nullptr) {
         settings.driver = driver ? driver : L"ignored";
         error = ErrorOf([&] { driver ? session.ConnectAccountSide(settings) : session.Connect(settings); });
     });
-    return told + error + L" " + std::to_wstring(disconnections);
+    return told + error + L" " + std::to_wstring(disconnections) + L"/" + std::to_wstring(LiveHandles());
 }
 
 TEST_CASE("every driver is tried in order and the last one's diagnostics are the message") {
@@ -31,15 +31,13 @@ TEST_CASE("every driver is tried in order and the last one's diagnostics are the
     const std::wstring first = L"attempt ODBC Driver 18 for SQL Server",
                        second = L"attempt ODBC Driver 17 for SQL Server",
                        third = L"attempt SQL Server Native Client 11.0", last = L"attempt SQL Server";
-    const auto all = [&](const wchar_t* end) {
-        return first + end + second + end + third + end + last + end;
-    };
-    const std::wstring connected = L"connect master\ndisconnect 0\n(nothing) 1";
+    const auto all = [&](const wchar_t* s) { return first + s + second + s + third + s + last + s; };
+    const std::wstring connected = L"connect master\ndisconnect 0\n(nothing) 1/0";
     {
         const Faults none("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
-        const std::wstring error = L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时 1";
+        const std::wstring error = L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时 1/0";
         CHECK(Connecting() ==  // disconnected after every attempt and at the end; below at the end alone
-              all(L" 10\n") + L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时 5");
+              all(L" 10\n") + L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时 5/0");
         CHECK(Connecting(L" ODBC Driver 17 for SQL Server ") == second + L" 5\n" + all(L" 5\n") + error);
         CHECK(Connecting(L" ") == all(L" 5\n") + error);
     }
@@ -65,10 +63,9 @@ TEST_CASE("one number is read from a query") {
 
 TEST_CASE("a text that does not fit is cut at the edge of its buffer and never read past it") {
     const OdbcSession session = Connect(L"master");
-    for (const size_t before : {252u, 253u, 254u, 255u, 300u}) {
+    for (const size_t before : {252u, 253u, 254u, 255u, 300u}) {  // units, then one supplementary character
         CAPTURE(before);
-        const std::wstring value =
-            std::wstring(before, L'长') + L"\xD842\xDFB7z";  // one supplementary character
+        const std::wstring value = std::wstring(before, L'长') + L"\xD842\xDFB7z";
         const OdbcStatement rows = ExecuteDirect(session.Connection(), L"SELECT N'" + value + L"', 1", true);
         TextColumns row(rows.Get(), 2);
         REQUIRE(FetchCompleteRow(rows.Get()));

@@ -42,8 +42,7 @@ INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N
 MergeFixture::MergeFixture()
     : a_(L"A", {kMainTables, kRowsOfA}),
       b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kRestOfB}),
-      third_(L"C三区", {kMainTables, L"INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID) VALUES (1, '100234')"}) {
-}
+      third_(L"C三区", {kMainTables, L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (1, '100234')"}) {}
 
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");

@@ -119,9 +119,8 @@ std::vector<std::wstring> Trace::Events() const {
     std::vector<std::wstring> events;
     std::ifstream file(path, std::ios::binary);
     for (std::string process, connection, event, text;
-         file >> process >> connection >> event && std::getline(file.ignore(), text);) {
+         file >> process >> connection >> event && std::getline(file.ignore(), text);)
         events.push_back(Utf8ToWide(event + " " + text));
-    }
     return events;
 }
 
