@@ -18,7 +18,6 @@ TEST_CASE("a single or batch repair that fails anywhere leaves everything as it 
           {"commit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false},
           {"die\tcommit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", false}}) {
         for (const bool batch : {false, true}) {
-            CAPTURE(fault);
             // Single: a re-check, 12 updates, 12 verifications. Batch: a re-check and two counts for each of
             // 5 IDs, an update and a verification for each of their 24 fields.
             const int points = !atEveryStatement ? 1 : batch ? 63 : 25;
@@ -26,12 +25,14 @@ TEST_CASE("a single or batch repair that fails anywhere leaves everything as it 
             const AllContents before = zones.Contents();
             const BatchPlan plan = zones.Plan();
             for (int position = 1; position <= points + 1; ++position) {
+                const std::string point = fault + "\t" + std::to_string(position);
+                CAPTURE(point);
                 std::wstring error;
                 SQLUINTEGER mode = SQL_AUTOCOMMIT_OFF;
                 {
                     const OdbcSession session = Connect(zones.B());
                     const SQLHDBC on = session.Connection();
-                    const Faults faults(fault + "\t" + std::to_string(position) + "\t08S01\t1\t注入\n");
+                    const Faults faults(point + "\t08S01\t1\t注入\n");
                     error = ErrorOf([&] {
                         if (batch) return RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds);
                         RepairRoleId(on, zones.B(), L"1001", L"100235", plan.roles[1].fields);
