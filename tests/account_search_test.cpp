@@ -9,12 +9,8 @@
 // The result of a search as "schema.table.column account account", or its error.
 static std::wstring Found(const TestDatabase& database, const std::wstring& keyword,
                           const QuerySettings& settings = {}) {
-    GameServerInfo zone;
-    zone.dbHost = Server().host;
-    zone.dbPort = Server().port;
-    zone.dbUser = Server().user;
-    zone.dbPassword = Server().password;
-    zone.dbName = database.Name();
+    const auto& [host, port, user, password, folder] = Server();
+    const GameServerInfo zone = {L"", L"", L"", 0, host, port, database.Name(), user, password, L"", L""};
     std::wstring text;
     const std::wstring error = ErrorOf([&] {
         const auto [accounts, source] = SearchAccounts(zone, keyword, settings);
@@ -28,44 +24,32 @@ static QuerySettings Manual(const wchar_t* table, const wchar_t* field, int maxR
     return {L"", L"M2Server.exe", table, field, L"", maxResults};
 }
 
-TEST_CASE("the account column is found and searched literally in ascending order") {
-    const TestDatabase database(
-        L"literal",
-        {L"CREATE TABLE dbo.TBL_ACCOUNT (n int, FLD_ACCOUNT varchar(300), FLD_PASSWORD varchar(50))",
-         L"INSERT INTO dbo.TBL_ACCOUNT (n, FLD_ACCOUNT, FLD_PASSWORD) VALUES (1, 'm_zhang_3', 'secret'), "
-         L"(2, 'kZhang43', 'secret'), (3, NULL, 'zhang'), (4, '50%off', 'x'), (5, '500off', 'x'), "
-         L"(6, N'张三丰', 'x'), (7, 'a[b]c\\d', 'x'), (8, 'abcd', 'x')"});
-    for (const TextRow& row :
-         {TextRow{L"ZHANG", L" kZhang43 m_zhang_3"}, TextRow{L"g_3", L" m_zhang_3"},
-          TextRow{L"0%", L" 50%off"}, TextRow{L"[b]", L" a[b]c\\d"}, TextRow{L"c\\d", L" a[b]c\\d"},
-          TextRow{L"三丰", L" 张三丰"}, TextRow{L"nobody", L""}, TextRow{L"' OR 1=1 --", L""}}) {
-        CHECK(Found(database, std::wstring(row.in)) ==
-              L"dbo.TBL_ACCOUNT.FLD_ACCOUNT" + std::wstring(row.expected));
-    }
-}
-
-TEST_CASE("detection prefers the best-scored column that holds the keyword") {
+TEST_CASE("the best-scored column that holds the keyword is found and searched literally") {
     const TestDatabase database(L"ranking",
                                 {L"CREATE TABLE t (Password varchar(9), Email varchar(9), id int)"});
     CHECK(Found(database, L"ab") == L"没有扫描到可用于账号识别的文本字段");
     database.Run({L"CREATE TABLE dbo.LoginLog (name varchar(50), Email varchar(50))",
                   L"INSERT INTO dbo.LoginLog (name, Email) VALUES ('logged', 'mail@only')"});
     CHECK(Found(database, L"ab") == L"没有自动识别到账号表和账号字段；可以临时手填后再查询");
-    database.Run({L"CREATE TABLE dbo.TBL_ACCOUNT (FLD_ACCOUNT varchar(50))", L"CREATE SCHEMA game",
+    database.Run({L"CREATE TABLE dbo.TBL_ACCOUNT (FLD_ACCOUNT varchar(300))", L"CREATE SCHEMA game",
                   L"CREATE TABLE game.t_user (userid nvarchar(50), nick ntext)",
-                  L"INSERT INTO dbo.TBL_ACCOUNT (FLD_ACCOUNT) VALUES ('main')",
+                  L"INSERT INTO dbo.TBL_ACCOUNT (FLD_ACCOUNT) VALUES ('m_zhang_3'), ('kZhang43'), (NULL), "
+                  L"('50%off'), ('500off'), (N'张三丰'), ('a[b]c\\d'), ('abcd')",
                   L"INSERT INTO game.t_user (userid, nick) VALUES (N'second', N'third')"});
+    const std::wstring best = L"dbo.TBL_ACCOUNT.FLD_ACCOUNT";
     for (const TextRow& row :
-         {TextRow{L"ain", L"dbo.TBL_ACCOUNT.FLD_ACCOUNT main"}, TextRow{L"eco", L"game.t_user.userid second"},
-          TextRow{L"ogg", L"dbo.LoginLog.name logged"}, TextRow{L"zzz", L"dbo.TBL_ACCOUNT.FLD_ACCOUNT"},
-          TextRow{L"only", L"dbo.TBL_ACCOUNT.FLD_ACCOUNT"}}) {  // never in a sensitive column
-        CHECK(Found(database, std::wstring(row.in)) == row.expected);
+         {TextRow{L"ZHANG", L" kZhang43 m_zhang_3"}, TextRow{L"g_3", L" m_zhang_3"},
+          TextRow{L"0%", L" 50%off"}, TextRow{L"[b]", L" a[b]c\\d"}, TextRow{L"c\\d", L" a[b]c\\d"},
+          TextRow{L"三丰", L" 张三丰"}, TextRow{L"nobody", L""}, TextRow{L"' OR 1=1 --", L""},
+          TextRow{L"only", L""}}) {  // never in a sensitive column
+        CHECK(Found(database, std::wstring(row.in)) == best + std::wstring(row.expected));
     }
+    CHECK(Found(database, L"ogg") == L"dbo.LoginLog.name logged");
     CHECK(Found(database, L"ab", Manual(L"t", L"c d")) == L"账号字段名包含不允许的字符");
     CHECK(Found(database, L"ab", Manual(L"t t", L"c d")) == L"账号表名包含不允许的字符");
     // One word for detection is enough to ignore the other box.
     CHECK(Found(database, L"eco", Manual(L" auto ", L"nowhere")) == L"game.t_user.userid second");
-    CHECK(Found(database, L"ain", Manual(L"TBL_ACCOUNT", L"自动")) == L"dbo.TBL_ACCOUNT.FLD_ACCOUNT main");
+    CHECK(Found(database, L"c\\d", Manual(L"TBL_ACCOUNT", L"自动")) == best + L" a[b]c\\d");
 }
 
 TEST_CASE("a search scans probes and reads on one connection") {
@@ -100,21 +84,21 @@ TEST_CASE("a search scans probes and reads on one connection") {
 
 TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
+    std::wstring columns = L"(c0 varchar(9)";
+    for (int i = 1; i < 160; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
     const TestDatabase database(L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))",
-                                            L"CREATE TABLE plain (" + ManyColumns(160) + L")",
+                                            L"CREATE TABLE plain " + columns + L")",
                                             L"INSERT INTO plain (c147, c148) VALUES ('last', 'beyond')"});
     const auto probes = [&](const wchar_t* keyword, const wchar_t* found) {
-        const Trace trace;
-        CHECK(Found(database, keyword).starts_with(found));
-        return std::ranges::count_if(trace.Events(), [](const std::wstring& event) {
-            return event.starts_with(L"prepare SELECT TOP (1)");
-        });
+        const auto events = EventsOf([&] { CHECK(Found(database, keyword).starts_with(found)); });
+        return std::ranges::count_if(
+            events, [](auto& event) { return event.starts_with(L"prepare SELECT TOP (1) "); });
     };
     CHECK(probes(L"last", L"dbo.plain.c147 last") == 150);
     CHECK(probes(L"beyond", L"dbo.t_user.u1") == 150);  // a score of 80 is trusted
     // A table whose columns score exactly 20.
-    database.Run({L"CREATE TABLE accountlog (" + ManyColumns(160) + L")",
-                  L"INSERT INTO accountlog (c159) VALUES ('beyond')"});
+    database.Run(
+        {L"CREATE TABLE accountlog " + columns + L")", L"INSERT INTO accountlog (c159) VALUES ('beyond')"});
     CHECK(probes(L"beyond", L"dbo.accountlog.c159 beyond") == 162);
 }
 
@@ -124,23 +108,19 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
                                             L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
                                             L"('sane', NULL)"});
     const std::wstring kFirst = L"dbo.account.account same sane", kSecond = L"dbo.account.login same";
-    struct Row {
-        std::string fault;
-        std::wstring found;
-    };
-    for (const Row& row :
-         {Row{"statement\t2", kSecond}, Row{"prepare\t1", kSecond}, Row{"bind\t1", kSecond},
-          Row{"execute\t2", kSecond}, Row{"fetch\t4", kFirst}, Row{"fetch\t6", kFirst},
-          Row{"statement\t1", L"ODBC statement failed"}, Row{"statement\t3", L"ODBC statement failed"},
-          Row{"execute\t1", L"HY000: 断开"}, Row{"prepare\t2", L"HY000: 断开"},
-          Row{"bind\t2", L"HY000: 断开"}, Row{"execute\t3", L"HY000: 断开"},
-          Row{"die\tfetch\t2", L"HY000: 断开"}, Row{"die\tfetch\t5", L"HY000: 断开"}}) {
-        CAPTURE(row.fault);
-        {
-            const Faults faults(row.fault + "\tHY000\t1\t断开\n");
-            CHECK(Found(database, L"sa") == row.found);
+    using Row = std::pair<std::wstring, std::vector<std::string>>;
+    for (const auto& [found, points] :
+         {Row{kSecond, {"statement\t2", "prepare\t1", "bind\t1", "execute\t2"}},
+          Row{kFirst, {"fetch\t4", "fetch\t6"}},
+          Row{L"ODBC statement failed", {"statement\t1", "statement\t3"}},
+          Row{L"HY000: 断开",
+              {"execute\t1", "prepare\t2", "bind\t2", "execute\t3", "die\tfetch\t2", "die\tfetch\t5"}}}) {
+        for (const std::string& point : points) {
+            CAPTURE(point);
+            const Faults faults(point + "\tHY000\t1\t断开\n");
+            CHECK(Found(database, L"sa") == found);
+            CHECK(LiveHandles() == 0);
         }
-        CHECK(LiveHandles() == 0);
     }
     const Faults faults("fetch\t2\tHY000\t1\tx\n");
     CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 2);  // no row twice

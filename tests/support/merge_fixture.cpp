@@ -7,18 +7,15 @@ constexpr std::wstring_view kMainTables =
     FLD_ACCOUNT nvarchar(50) NULL, FLD_SERVERID int NULL);
 CREATE TABLE dbo.TBL_GUILD_INFO (n int NOT NULL, sGuildID nvarchar(60) NULL, sGuildName nvarchar(50) NULL))";
 
-constexpr std::wstring_view kReferringTables =
+constexpr std::wstring_view kRestOfB =
     LR"(CREATE TABLE dbo.TBL_HERO (n int NOT NULL, HeroMasterUserID char(30) NULL, HeroUserID int NULL);
 CREATE TABLE dbo.TBL_BAG (n int NOT NULL, USER_ID varchar(50) NULL, OwnerRoleID nvarchar(50) NULL,
     OTHERUSERID nchar(60) NULL, item nvarchar(50) NULL);
 CREATE TABLE dbo.TBL_FRIEND (n int NOT NULL, UserIdA varchar(50) NULL, UserIdB varchar(50) NULL);
-CREATE TABLE dbo.TBL_UNUSED (n int NOT NULL, RoleId varchar(50) NULL);
 CREATE TABLE mail.[信件] (n int NOT NULL, [收件ROLEID] nvarchar(50) NULL, [寄件ROLE_ID] varchar(50) NULL);
 CREATE TABLE trade.TBL_TRADE (n int NOT NULL, SellerUserID nvarchar(80) NULL, BuyerUser_ID varchar(80) NULL);
-CREATE TABLE trade.TBL_MEMBER (n int NOT NULL, GUILD_ID nchar(60) NULL, MemberRoleID varchar(50) NULL))";
-
-constexpr std::wstring_view kRowsOfB =
-    LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
+CREATE TABLE trade.TBL_MEMBER (n int NOT NULL, GUILD_ID nchar(60) NULL, MemberRoleID varchar(50) NULL);
+INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
     (1, '1001', N'李四', N'li', 2), (2, '1002', NULL, N'wang', 2), (3, '0012', N'赵六', N'zhao', 2),
     (4, '12x', N'怪', N'x', 2), (5, NULL, N'无', NULL, NULL), (6, '  ', N'空', N'y', 2),
     (7, '3001', N'双一', N'd', 2), (8, '3001', N'双二', N'd', 2), (9, '1001x', N'近', N'z', 2);
@@ -28,7 +25,6 @@ INSERT INTO dbo.TBL_HERO (n, HeroMasterUserID, HeroUserID) VALUES (1, '1001', 10
 INSERT INTO dbo.TBL_BAG (n, USER_ID, OwnerRoleID, OTHERUSERID, item) VALUES
     (1, '1001', N'1001', N'1001', N'1001'), (2, '1002', NULL, N'0012', N'剑'), (3, '11001', N'10010', NULL, N'刀');
 INSERT INTO dbo.TBL_FRIEND (n, UserIdA, UserIdB) VALUES (1, '1001', '1002'), (2, '0012', '1001');
-INSERT INTO dbo.TBL_UNUSED (n, RoleId) VALUES (1, '9');
 INSERT INTO mail.[信件] (n, [收件ROLEID], [寄件ROLE_ID]) VALUES (1, N'1001', '1001'), (2, N'1001', NULL);
 INSERT INTO trade.TBL_TRADE (n, SellerUserID, BuyerUser_ID) VALUES (1, N'1001', '1001'), (2, N'12', '1002');
 INSERT INTO trade.TBL_MEMBER (n, GUILD_ID, MemberRoleID) VALUES (1, N'{A''1}', '1001'), (2, N'{BBBB}', '1002'),
@@ -41,31 +37,16 @@ constexpr std::wstring_view kRowsOfA =
 INSERT INTO dbo.TBL_GUILD_INFO (n, sGuildID, sGuildName) VALUES (1, N'{A''1}', N'玄武会'),
     (2, N'{BBBB}', N'青龙会'), (3, NULL, N'无'), (4, N' ', N'空'))";
 
-constexpr std::wstring_view kRowsOfThird =
-    LR"(INSERT INTO dbo.TBL_CHARACTER (n, FLD_USERID, FLD_CHARACTER, FLD_ACCOUNT, FLD_SERVERID) VALUES
-    (1, '100234', N'最大', N'max', 3))";
-
 }  // namespace
 
 MergeFixture::MergeFixture()
     : a_(L"A", {kMainTables, kRowsOfA}),
-      b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kReferringTables, kRowsOfB}),
-      third_(L"C三区", {kMainTables, kRowsOfThird}) {}
-
-std::vector<DuplicateRole> MergeFixture::Roles() const {
-    return FindDuplicateRoles(Connect(L"master").Connection(), A(), B());
-}
-
-std::vector<DuplicateGuild> MergeFixture::Guilds() const {
-    return FindDuplicateGuilds(Connect(L"master").Connection(), A(), B());
-}
-
-std::vector<RelatedField> MergeFixture::FieldsOf(const std::wstring& id) const {
-    return CountRoleIdHits(Connect(L"master").Connection(), B(), id);
-}
+      b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kRestOfB}),
+      third_(L"C三区", {kMainTables, L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (1, '100234')"}) {}
 
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");
-    return {PlanRoleIdBatch(session.Connection(), B(), A(), Roles()),
-            PlanGuildIdBatch(session.Connection(), B(), A(), Guilds())};
+    const SQLHDBC on = session.Connection();
+    return {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B())),
+            PlanGuildIdBatch(on, B(), A(), FindDuplicateGuilds(on, A(), B()))};
 }

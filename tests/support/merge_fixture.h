@@ -31,11 +31,6 @@ public:
     const std::wstring& Third() const noexcept { return third_.Name(); }
 
     AllContents Contents() const { return {ContentOf(A()), ContentOf(B()), ContentOf(Third())}; }
-    std::vector<DuplicateRole> Roles() const;
-    std::vector<DuplicateGuild> Guilds() const;
-
-    /// The fields of one character in the second zone.
-    std::vector<RelatedField> FieldsOf(const std::wstring& id) const;
 
     /// A plan that repairs the second zone.
     BatchPlan Plan() const;

@@ -2,12 +2,9 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <iterator>
-#include <sstream>
+#include <array>
 
 #include "db/odbc_statement.h"
-#include "discovery/files.h"
 #include "text/text.h"
 
 namespace {
@@ -24,46 +21,33 @@ std::wstring StandInRoot() {
     return std::filesystem::path(L"Z:" + root).make_preferred().wstring();
 }
 
-// Every process that uses the driver shows its handles in a file.
-std::vector<std::filesystem::path> HandleFiles() {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
-        if (entry.path().filename().wstring().starts_with(L"handles-")) files.push_back(entry.path());
-    }
-    return files;
-}
-
 // A server folder of this process alone, gone with it.
-struct StandInServer {
-    TestServer server = {L"test-" + std::to_wstring(GetCurrentProcessId()), 1433, L"sa", L"测试 p}w;1", L""};
-
-    StandInServer() {
-        ForgetHandles();
-        server.folder = StandInRoot() + L"\\" + server.host + L",1433";
-        std::filesystem::remove_all(server.folder);  // of an earlier process with our number
-        std::filesystem::create_directory(server.folder);
-        std::ofstream(std::filesystem::path(server.folder) / "server.conf", std::ios::binary)
-            << "user=sa\npassword=" << WideToUtf8(server.password) << "\n";
+struct StandInServer : TestServer {
+    StandInServer()
+        : TestServer{L"test-" + std::to_wstring(GetCurrentProcessId()), 1433, L"sa", L"测试 p}w;1"} {
+        LiveHandles(true);
+        folder = StandInRoot() + L"\\" + host + L",1433";
+        std::filesystem::remove_all(folder);  // of an earlier process with our number
+        std::filesystem::create_directory(folder);
+        std::ofstream(std::filesystem::path(folder) / "server.conf", std::ios::binary)
+            << "user=sa\npassword=" << WideToUtf8(password) << "\n";
     }
     ~StandInServer() {
         std::error_code ignored;
-        std::filesystem::remove_all(server.folder, ignored);
+        std::filesystem::remove_all(folder, ignored);
     }
 };
-
-TestServer RealServer() {
-    const std::wstring port = Environment(L"MERGE_TEST_SQL_PORT");
-    return {Environment(L"MERGE_TEST_SQL_SERVER"), port.empty() ? 1433 : std::stoi(port),
-            Environment(L"MERGE_TEST_SQL_USER"), Environment(L"MERGE_TEST_SQL_PASSWORD"), L""};
-}
 
 }  // namespace
 
 const TestServer& Server() {
-    static const TestServer real = RealServer();
+    static const std::wstring port = Environment(L"MERGE_TEST_SQL_PORT");
+    static const TestServer real = {
+        Environment(L"MERGE_TEST_SQL_SERVER"), port.empty() ? 1433 : std::stoi(port),
+        Environment(L"MERGE_TEST_SQL_USER"), Environment(L"MERGE_TEST_SQL_PASSWORD"), L""};
     if (!real.host.empty()) return real;
     static const StandInServer standIn;
-    return standIn.server;
+    return standIn;
 }
 
 OdbcSession Connect(const std::wstring& database) {
@@ -82,12 +66,6 @@ void RunSql(const OdbcSession& session, std::initializer_list<std::wstring_view>
         for (SQLRETURN more; (more = SQLMoreResults(statement.Get())) != SQL_NO_DATA;)
             RequireSuccess(more, statement.Get());
     }
-}
-
-std::wstring QueryText(const OdbcSession& session, const std::wstring& sql) {
-    const OdbcStatement statement = ExecuteDirect(session.Connection(), sql, true);
-    TextColumns row(statement.Get(), 1);
-    return FetchCompleteRow(statement.Get()) ? std::wstring(row.Text(0)) : std::wstring();
 }
 
 TestDatabase::TestDatabase(std::wstring_view suffix, std::initializer_list<std::wstring_view> batches)
@@ -109,49 +87,40 @@ TestDatabase::~TestDatabase() {
 
 Content ContentOf(const std::wstring& database) {
     const OdbcSession session = Connect(database);
-    std::map<std::wstring, std::vector<std::wstring>> tables;
-    {
-        const OdbcStatement rows = ExecuteDirect(
-            session.Connection(),
-            L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS", true);
-        for (TextColumns row(rows.Get(), 3); FetchCompleteRow(rows.Get());) {
-            const std::wstring table =
-                L"[" + std::wstring(row.Text(0)) + L"].[" + std::wstring(row.Text(1)) + L"]";
-            tables[table].emplace_back(row.Text(2));
+    const auto rowsOf = [&](size_t columns, const std::wstring& sql) {
+        std::vector<std::array<std::wstring, 3>> all;
+        const OdbcStatement rows = ExecuteDirect(session.Connection(), sql, true);
+        for (TextColumns row(rows.Get(), columns); FetchCompleteRow(rows.Get());) {
+            auto& texts = all.emplace_back();
+            for (size_t i = 0; i < columns; ++i) texts[i] = row.IsNull(i) ? L"(null)" : row.Text(i);
         }
-    }
+        return all;
+    };
     Content content;
-    for (const auto& [table, columns] : tables) {
-        std::wstring sql = L"SELECT CAST([n] AS NVARCHAR(20))";
-        for (const std::wstring& column : columns) sql += L", CAST([" + column + L"] AS NVARCHAR(250))";
-        const OdbcStatement rows = ExecuteDirect(session.Connection(), sql + L" FROM " + table, true);
-        for (TextColumns row(rows.Get(), columns.size() + 1); FetchCompleteRow(rows.Get());) {
-            for (size_t i = 0; i < columns.size(); ++i) {
-                std::wstring& value = content[table + L"." + columns[i] + L" " + std::wstring(row.Text(0))];
-                value = row.IsNull(i + 1) ? L"(null)" : row.Text(i + 1);
-            }
-        }
+    for (const auto& [schema, table, column] :
+         rowsOf(3, L"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME FROM INFORMATION_SCHEMA.COLUMNS")) {
+        const std::wstring from = L"[" + schema + L"].[" + table + L"]";
+        for (const auto& [n, value, none] : rowsOf(2, L"SELECT CAST([n] AS NVARCHAR(20)), CAST([" + column +
+                                                          L"] AS NVARCHAR(250)) FROM " + from))
+            content[from + L"." + column + L" " + n] = value;
     }
     return content;
 }
 
-Content Difference(const Content& before, const Content& after) {
-    Content changed;
-    const auto add = std::inserter(changed, changed.end());
-    std::set_difference(after.begin(), after.end(), before.begin(), before.end(), add);
-    std::set_difference(before.begin(), before.end(), after.begin(), after.end(), add);  // what vanished
-    return changed;
+Content Difference(const Content& before, Content after) {
+    for (const auto& cell : before) {
+        const auto [place, vanished] = after.insert(cell);
+        if (!vanished && *place == cell) after.erase(place);
+    }
+    return after;
 }
 
 std::vector<std::wstring> Trace::Events() const {
     std::vector<std::wstring> events;
-    std::istringstream lines(ReadWholeFile(path.wstring()));
-    for (std::string line; std::getline(lines, line);) {
-        // process, connection, event, text
-        line.erase(0, line.find('\t', line.find('\t') + 1) + 1);
-        if (const size_t tab = line.find('\t'); tab != line.npos) line[tab] = ' ';
-        events.push_back(Utf8ToWide(line));
-    }
+    std::ifstream file(path, std::ios::binary);
+    for (std::string process, connection, event, text;
+         file >> process >> connection >> event && std::getline(file.ignore(), text);)
+        events.push_back(Utf8ToWide(event + " " + text));
     return events;
 }
 
@@ -161,22 +130,15 @@ std::wstring Trace::Told() const {
     return told;
 }
 
-int LiveHandles() {
+int LiveHandles(bool forget) {
     int live = 0;
-    for (const std::filesystem::path& path : HandleFiles()) {
-        std::ifstream file(path);
+    // Every process that uses the driver shows its handles in a file.
+    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
+        if (!entry.path().filename().wstring().starts_with(L"handles-")) continue;
+        std::ifstream file(entry.path());
         for (int count = 0; file >> count;) live += count;
+        file.close();
+        if (forget) std::filesystem::remove(entry.path());
     }
     return live;
-}
-
-void ForgetHandles() {
-    if (!RealServer().host.empty()) return;
-    for (const std::filesystem::path& file : HandleFiles()) std::filesystem::remove(file);
-}
-
-std::wstring ManyColumns(int count) {
-    std::wstring columns = L"c0 varchar(9)";
-    for (int i = 1; i < count; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
-    return columns;
 }

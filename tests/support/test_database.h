@@ -16,7 +16,7 @@ struct TestServer {
     std::wstring host;
     int port = 1433;
     std::wstring user, password;
-    std::wstring folder;  // of the stand-in; empty for a real server
+    std::wstring folder = {};  // of the stand-in; empty for a real server
 };
 const TestServer& Server();
 
@@ -37,9 +37,6 @@ OdbcSession Connect(const std::wstring& database);
 /// Executes T-SQL batches, one text each. A result without rows is fine.
 /// @throws RuntimeError with the diagnostic text.
 void RunSql(const OdbcSession& session, std::initializer_list<std::wstring_view> batches);
-
-/// The first column of a query's first row as text.
-std::wstring QueryText(const OdbcSession& session, const std::wstring& sql);
 
 /// A database of one case, case-insensitive like the game's own, dropped at the end.
 class TestDatabase {
@@ -63,7 +60,7 @@ using Content = std::map<std::wstring, std::wstring>;
 Content ContentOf(const std::wstring& database);
 
 /// The cells that differ, with their later value, or the earlier one of a cell that vanished.
-Content Difference(const Content& before, const Content& after);
+Content Difference(const Content& before, Content after);
 
 /// A file for the stand-in, gone at the end of its scope.
 struct ServerFile {
@@ -103,8 +100,7 @@ std::wstring ToldBy(Action action) {
 
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.
-int LiveHandles();
-void ForgetHandles();
-
-/// "c0 varchar(9), c1 varchar(9), .."
-std::wstring ManyColumns(int count);
+int LiveHandles(bool forget = false);
+inline void ForgetHandles() {
+    if (CanInjectFaults()) LiveHandles(true);
+}
