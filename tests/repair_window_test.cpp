@@ -203,17 +203,3 @@ TEST_CASE("each action tells what it does and takes its buttons away while it wo
     const std::wstring repaired = L"master " + story.zones.B() + L" master ";
     CHECK(connections == L"master master " + repaired + repaired);
 }
-
-TEST_CASE("a program killed inside the transaction leaves nothing half applied") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
-    RepairDesk story;
-    story.Detect();
-    const AllContents before = story.zones.Contents();
-    const desk::MessageBoxView question = story.PressForBox(kRepairAllButton);
-    const Faults faults("slow\tcommit\t1\t60000\n");
-    const Trace trace;
-    desk::Answer(question, IDYES);
-    desk::WaitUntil("an update", [&] { return trace.Told().find(L"execute UPDATE") != std::wstring::npos; });
-    story.desk.tool->Kill();
-    CHECK(story.zones.Contents() == before);
-}
