@@ -1,7 +1,6 @@
-#include "account_query/query_layout.h"
-#include "discovery/files.h"
+#include <optional>
+
 #include "tests/support/desk_fixture.h"
-#include "tests/support/wide_text.h"
 
 namespace {
 
@@ -21,23 +20,25 @@ std::wstring Listed(const Desk& desk) {
     return text;
 }
 
+bool HasSaved(const Desk& desk, const std::string& lines) {
+    return ReadWholeFile(desk.settings).find("\n" + lines + "\r\n") != std::string::npos;
+}
+
 }  // namespace
 
 TEST_CASE("accounts are queried from the running zones") {
     const Accounts first(L"first");
     const TestDatabase second(L"second", {L"CREATE TABLE t (n int)"});
     Desk desk;
-    desk.StartZone(L"一区", Desk::ZoneJson("青龙一区", first.Name()));
-    desk.StartZone(L"二区", Desk::ZoneJson("白虎二区", second.Name()));
+    desk.StartZone(L"一区", ZoneJson("青龙一区", first.Name()));
+    desk.StartZone(L"二区", ZoneJson("白虎二区", second.Name()));
     desk.StartZone(L"坏区", "{}");
     desk.StartTool();
     CHECK(desk::ComboItems(desk.Child(kZoneCombo)) ==
           std::vector{L"青龙一区  |  " + first.Name(), L"白虎二区  |  " + second.Name()});
-    CHECK(desk::ComboSelection(desk.Child(kZoneCombo)) == 0);
     CHECK(desk.Status().starts_with(L"检测到 2 个已启动 M2。 "));
     CHECK(desk.Status().ends_with(L"坏区 的 Config.Json 没有 DBInfo.sDBName"));
-    const auto saved = [&] { return ReadWholeFile(desk.SettingsPath()); };
-    CHECK(saved().find("MaxResults=100\r\n") != std::string::npos);  // the first refresh has written the file
+    CHECK(HasSaved(desk, "MaxResults=100"));  // the first refresh has written the file
 
     const auto check = [&](const wchar_t* keyword, const std::wstring& status, const std::wstring& rows) {
         desk.Query(keyword);
@@ -52,15 +53,15 @@ TEST_CASE("accounts are queried from the running zones") {
     desk::SetText(desk.Child(kTableEdit), L" dbo.TBL_ACCOUNT ");
     desk::SetText(desk.Child(kFieldEdit), L" FLD_ACCOUNT ");
     check(L"一二", L"查询完成，匹配到 1 个账号；手动配置" + found, zone + L"玩家**三;");
-    CHECK(saved().find("AccountTable=dbo.TBL_ACCOUNT\r\nAccountField=FLD_ACCOUNT\r\n") != std::string::npos);
+    CHECK(HasSaved(desk, "AccountTable=dbo.TBL_ACCOUNT\r\nAccountField=FLD_ACCOUNT"));
     desk::SetText(desk.Child(kTableEdit), L"");
     desk::ChooseComboItem(desk.Child(kZoneCombo), 1);
     check(L"一二", L"查询失败：没有扫描到可用于账号识别的文本字段", L"");
-    CHECK(saved().find("AccountTable=\r\n") != std::string::npos);
+    CHECK(HasSaved(desk, "AccountTable="));
     desk::SetText(desk.Child(kTableEdit), L"T");
     desk::Press(desk.Child(kSaveButton));
-    CHECK(desk.Status() == L"设置已保存：" + desk.SettingsPath());
-    CHECK(saved().find("AccountTable=T\r\n") != std::string::npos);
+    CHECK(desk.Status() == L"设置已保存：" + desk.settings);
+    CHECK(HasSaved(desk, "AccountTable=T"));
     const HWND repair = desk.OpenRepairTool();  // with the values of the chosen zone
     std::wstring form;
     for (const int box : {kServerEdit, kPortEdit, kUserEdit, kPasswordEdit, kDatabaseAEdit, kDatabaseBEdit})
@@ -69,31 +70,27 @@ TEST_CASE("accounts are queried from the running zones") {
                       Server().password + L"|" + second.Name() + L"||");
     desk::ChooseComboItem(desk.Child(kZoneCombo), -1);
     check(L"a", L"请先启动 M2 并刷新区服。", L"");  // the zone is checked before the keyword
-    desk::Close(desk.Window());
-    CHECK(desk.Tool().WaitForEnd() == 0);
 }
 
 TEST_CASE("a refresh saves the settings and lists what runs now under the name that they tell") {
     const Accounts database(L"refresh");
     Desk desk;
-    desk.Write(L"QuerySettings.ini",
-               "[Query]\nM2ProcessName=mergeaccountquery.EXE\nMaxResults=1\n"
-               "[ODBC]\nDriver=SQL Server\n");
-    desk.Write(L"Config.ini", "");
-    desk.Write(L"Config.Json", Desk::ZoneJson("一区", database.Name()));
+    desk.folder.Write(L"QuerySettings.ini",
+                      "[Query]\nM2ProcessName=mergeaccountquery.EXE\nMaxResults=1\n"
+                      "[ODBC]\nDriver=SQL Server\n");
+    desk.folder.Write(L"Config.ini", "");
+    desk.folder.Write(L"Config.Json", ZoneJson("一区", database.Name()));
     desk.StartTool();  // is itself the process of that name
     const auto zones = [&] { return desk::ComboItems(desk.Child(kZoneCombo)); };
     CHECK(zones() == std::vector{L"一区  |  " + database.Name()});
     std::string four;
     for (const char* call : {"1", "2", "3", "4"}) four += std::string("connect\t") + call + "\t08001\t1\tx\n";
-    if (CanInjectFaults()) {
-        const Faults faults(four);
-        desk.Query(L"玩家");  // by the named driver, tried before the four
-    } else {
-        desk.Query(L"玩家");
-    }
+    std::optional<Faults> refused;
+    if (CanInjectFaults()) refused.emplace(four);
+    desk.Query(L"玩家");  // by the named driver, tried before the four
+    refused.reset();
     CHECK(Listed(desk) == L"一区," + database.Name() + L",**;");  // one of two
-    desk.Write(L"Config.Json", Desk::ZoneJson("新区", database.Name()));
+    desk.folder.Write(L"Config.Json", ZoneJson("新区", database.Name()));
     desk::SetText(desk.Child(kTableEdit), std::wstring(300, L'x'));
     desk::SetText(desk.Child(kFieldEdit), std::wstring(300, L'y'));
     desk::ChooseComboItem(desk.Child(kZoneCombo), -1);
@@ -102,56 +99,41 @@ TEST_CASE("a refresh saves the settings and lists what runs now under the name t
     CHECK(desk::ComboSelection(desk.Child(kZoneCombo)) == 0);
     CHECK(Listed(desk).empty());
     CHECK(desk.Status() == L"检测到 1 个已启动 M2。");
-    CHECK(ReadWholeFile(desk.SettingsPath())
-              .find("AccountTable=" + std::string(255, 'x') + "\r\nAccountField=" + std::string(255, 'y') +
-                    "\r\n") != std::string::npos);
-    std::filesystem::remove(desk.Folder() + L"Config.ini");
+    CHECK(HasSaved(desk,
+                   "AccountTable=" + std::string(255, 'x') + "\r\nAccountField=" + std::string(255, 'y')));
+    std::filesystem::remove(desk.folder.At(L"Config.ini"));
     desk::Press(desk.Child(kRefreshButton));
     CHECK(zones().empty());
-    CHECK(desk.Status() == L"检测到 0 个已启动 M2。 进程 " + std::to_wstring(desk.Tool().Id()) +
+    CHECK(desk.Status() == L"检测到 0 个已启动 M2。 进程 " + std::to_wstring(desk.tool->Id()) +
                                L" 没找到上级 Config.Json / Config.ini");
-    desk.Query(L"玩家");
-    CHECK(desk.Status() == L"请先启动 M2 并刷新区服。");
 }
 
-TEST_CASE("while a query runs its text is shown and its buttons rest under the wait cursor") {
+TEST_CASE("Enter queries and meanwhile its text is shown and its buttons rest under the wait cursor") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const Accounts database(L"slow");
     Desk desk;
-    desk.StartZone(L"一区", Desk::ZoneJson("一区", database.Name()));
+    desk.StartZone(L"一区", ZoneJson("一区", database.Name()));
     desk.StartTool();
-    const HWND query = desk.Child(kQueryButton), refresh = desk.Child(kRefreshButton);
-    const auto cursor = [] {
-        CURSORINFO info = {};
-        info.cbSize = sizeof info;
-        GetCursorInfo(&info);
-        return info.hCursor;
+    const HWND keyword = desk.Child(kKeywordEdit), line = desk.Child(kQueryStatus);
+    const HWND list = desk.Child(kAccountList);
+    desk::SetText(keyword, L"玩家");
+    const RECT box = desk::RectInParent(keyword);
+    desk::Click(desk.window, box.left + 40, box.top + 10);
+    const HCURSOR arrow = ClickForArrow(desk.window);
+    const std::string empty = desk::Pixels(list);
+    const auto buttons = [&] {
+        return desk::IsEnabled(desk.Child(kQueryButton)) + desk::IsEnabled(desk.Child(kRefreshButton));
     };
-    // The screen's pixels in the list's first row.
-    const auto pixels = [&] {
-        const RECT list = desk::ScreenRect(desk.Child(kAccountList));
-        const HDC screen = GetDC(nullptr);
-        std::vector<COLORREF> row;
-        for (int x = 4; x < 200; ++x) row.push_back(GetPixel(screen, list.left + x, list.top + 36));
-        ReleaseDC(nullptr, screen);
-        return row;
-    };
-    desk::SetText(desk.Child(kKeywordEdit), L"玩家");
-    desk::BringToFront(desk.Window());
-    const RECT button = desk::ScreenRect(query);
-    SetCursorPos(button.left + 40, button.top + 10);
-    desk::WaitUntil("a cursor", [&] { return cursor() != nullptr; });
-    const HCURSOR usual = cursor();
-    const auto empty = pixels();
-    const Faults slow("slow\texecute\t1\t1000\n");
-    desk::PressWithoutWaiting(query);
-    desk::WaitUntil("the query", [&] { return !desk::IsEnabled(query) && !desk::IsEnabled(refresh); });
-    CHECK(cursor() != usual);
-    wchar_t told[100] = {};
-    InternalGetWindowText(desk.Child(kQueryStatus), told, 100);  // asks the system, not the busy window
-    CHECK(told == L"正在连接 SQL Server 并自动识别账号表：" + database.Name());
-    CHECK_FALSE(GetUpdateRect(desk.Child(kQueryStatus), nullptr, FALSE));  // and it is painted
-    desk::WaitUntil("the end", [&] { return desk::IsEnabled(query) && desk::IsEnabled(refresh); });
-    desk::WaitUntil("the usual cursor", [&] { return cursor() == usual; });
-    desk::WaitUntil("a painted list", [&] { return pixels() != empty; });
+    {
+        const Faults untilSeen(kSlowServer);
+        for (const WORD key : {WORD{VK_END}, WORD{VK_RETURN}, WORD{'Q'}}) desk::TapKey(key);
+        desk::WaitUntil("the query with its text painted", [&] {
+            return buttons() == 0 && desk::Cursor() != arrow && !GetUpdateRect(line, nullptr, FALSE) &&
+                   desk::ShownText(line) == L"正在连接 SQL Server 并自动识别账号表：" + database.Name();
+        });
+    }
+    desk::WaitUntil("the end, the rows and the letter behind the Enter", [&] {
+        return buttons() == 2 && desk::Cursor() == arrow && desk::Pixels(list) != empty &&
+               desk::Text(keyword) == L"玩家q";
+    });
 }

@@ -1,51 +1,76 @@
 #pragma once
 
+#include <iomanip>
 #include <memory>
-#include <span>
-#include <string>
-#include <vector>
+#include <sstream>
 
-#include "app/control_place.h"
+#include "account_query/query_layout.h"
 #include "demo/desk_driver.h"
+#include "discovery/files.h"
 #include "id_repair/repair_layout.h"
 #include "tests/support/merge_fixture.h"
 #include "tests/support/temp_directory.h"
-#include "text/text.h"
+#include "tests/support/wide_text.h"
 
-/// Checks where controls really stand. A combo box is as high as its font makes it.
-void CheckPlaces(HWND window, std::span<const ControlPlace> places);
+/// The Config.Json of a zone on the test server.
+inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) {
+    const TestServer& server = Server();
+    std::ostringstream json;
+    json << "{\"DBInfo\": {\"sDBIpAddr\": " << std::quoted(WideToUtf8(server.host))
+         << ", \"nDBPort\": " << server.port << ", \"sDBName\": " << std::quoted(WideToUtf8(database))
+         << ", \"sDBUser\": " << std::quoted(WideToUtf8(server.user))
+         << ", \"sDBPsw\": " << std::quoted(WideToUtf8(server.password))
+         << "}, \"ServerInfo\": {\"sServerName\": \"" << utf8Name << "\", \"nServerID\": 7}}";
+    return json.str();
+}
+
+/// Lines for Faults under which every step of an action takes long enough to be seen.
+inline constexpr char kSlowServer[] = "slow\tconnect\t*\t300\nslow\texecute\t*\t300\nslow\tfetch\t*\t300\n";
+
+/// Clicks on a window's banner, so that the pointer is there. @return the arrow, as the program shows it
+inline HCURSOR ClickForArrow(HWND window) {
+    desk::Click(window, 600, 110);
+    // The pointer's own messages may come later; this one has been acted upon.
+    desk::Send(window, WM_SETCURSOR, reinterpret_cast<WPARAM>(window), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+    return desk::Cursor();
+}
 
 /// The real program in a folder of its own, beside game servers that really run. Everything ends with it.
-class Desk {
-public:
+struct Desk {
+    TempDirectory folder;
+    std::vector<std::unique_ptr<desk::Program>> servers;
+    std::unique_ptr<desk::Program> tool;
+    HWND window = nullptr;
+    const std::wstring settings = folder.At(L"QuerySettings.ini");
+
     /// Lays out an installation below the folder and starts its game server: `name`\Mir200\M2Server.exe.
-    /// @param json  content of Config.Json, for instance that of a zone on the test server.
-    void StartZone(const std::wstring& name, const std::string& json);
-    static std::string ZoneJson(const std::string& utf8Name, const std::wstring& database);
-
-    /// Writes a file beside the program.
-    void Write(std::wstring_view name, std::string_view bytes) const { folder_.Write(name, bytes); }
-
+    void StartZone(const std::wstring& name, const std::string& json) {
+        const std::wstring server = folder.At(name + L"\\Mir200\\M2Server.exe");
+        folder.Make(name + L"\\Mir200");
+        folder.Write(name + L"\\Config.Json", json);
+        folder.Write(name + L"\\Config.ini", "[Config]\r\nGameName=ini\r\n");
+        std::filesystem::copy_file(Built(L"demo\\M2Server.exe"), server);
+        servers.push_back(std::make_unique<desk::Program>(server));
+    }
     /// Starts the program and waits for its filled window.
-    void StartTool();
-
-    HWND Window() const noexcept { return window_; }
-    desk::Program& Tool() const { return *tool_; }
-    std::wstring Folder() const { return folder_.At(L""); }
-    HWND Child(int id) const { return desk::Child(window_, id); }
-    std::wstring Status() const { return desk::Text(Child(1006)); }
-    std::wstring SettingsPath() const { return folder_.At(L"QuerySettings.ini"); }
-
+    void StartTool() {
+        std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
+        ForgetHandles();
+        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""));
+        window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
+    }
+    HWND Child(int id) const { return desk::Child(window, id); }
+    std::wstring Status() const { return desk::Text(Child(kQueryStatus)); }
     /// Types a keyword and presses the query button.
-    void Query(const std::wstring& keyword) const;
-    /// Opens the ID repair window from its button.
-    HWND OpenRepairTool() const;
-
-private:
-    TempDirectory folder_;
-    std::vector<std::unique_ptr<desk::Program>> servers_;
-    std::unique_ptr<desk::Program> tool_;
-    HWND window_ = nullptr;
+    void Query(const std::wstring& keyword) const {
+        desk::SetText(Child(kQueryStatus), L"");
+        desk::SetText(Child(kKeywordEdit), keyword);
+        desk::Press(Child(kQueryButton));
+    }
+    HWND OpenRepairTool() const {
+        desk::Press(Child(kRepairToolButton));
+        return desk::WaitForTopWindow(tool->Id(), L"RoleIdRepairWindow");
+    }
 };
 
 /// The real repair window in front of two zones to be merged, opened from the query window.
@@ -55,7 +80,7 @@ struct RepairDesk {
     HWND window = nullptr;
 
     RepairDesk() {
-        desk.StartZone(L"一区", Desk::ZoneJson("青龙一区", zones.A()));
+        desk.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
         desk.StartTool();
         window = desk.OpenRepairTool();
     }
@@ -81,5 +106,11 @@ struct RepairDesk {
     void Detect() const {
         desk::SetText(Child(kDatabaseBEdit), zones.B());
         Press(kDetectButton);
+    }
+    /// Detects, selects the duplicate 1001 and makes the second zone the target.
+    void DetectAndSelect() const {
+        Detect();
+        desk::SelectListRow(Child(kRoleList), 1);
+        desk::ChooseComboItem(Child(kTargetCombo), 1);
     }
 };
