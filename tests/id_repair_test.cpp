@@ -111,8 +111,10 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     const ProgressObserver observer = [&](size_t done, size_t total) {
         if (done == total) ends += std::to_wstring(total) + L" ";
     };
+    const Trace planning;
     const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b), observer);
     const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), observer);
+    CHECK(planning.Events().size() == 77);  // no question is left out, none asked twice
     // What the trace tells of a repair.
     std::wstring updates, hits, verifications;
     const auto expect = [&](IdKind kind, const std::wstring& id, const auto& newId, const auto& fields) {

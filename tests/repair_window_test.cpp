@@ -200,3 +200,30 @@ TEST_CASE("each action tells what it does and takes its buttons away while it wo
     const std::wstring repaired = L"master " + story.zones.B() + L" master ";
     CHECK(connections == L"master master " + repaired + repaired);
 }
+
+TEST_CASE("what the server refuses inside a repair reaches the status line and changes nothing") {
+    const RepairDesk story;
+    // Columns too short for the new ID and one that holds each ID once; the last table is the first to be
+    // written.
+    for (const auto& [button, sql, status] :
+         {std::tuple(kRepairAllButton,
+                     L"CREATE TABLE c (n int, sGuildID nvarchar(20)); INSERT INTO c (n, sGuildID) VALUES (1, "
+                     L"N'{BBBB}')",
+                     L"批量修复失败，已尝试回滚：22001: "),
+          {kRepairButton,
+           L"CREATE TABLE b (n int, UserID varchar(9) PRIMARY KEY); INSERT INTO b (n, UserID) VALUES (1, "
+           L"'1001'), (2, '200001')",
+           L"修复失败，已尝试回滚：23000: "},
+          {kRepairButton,
+           L"CREATE TABLE a (n int, UserID varchar(4)); INSERT INTO a (n, UserID) VALUES (1, '1001')",
+           L"修复失败，已尝试回滚：22001: "}}) {
+        RunSql(Connect(story.zones.B()), {sql});
+        const AllContents before = story.zones.Contents();
+        story.DetectAndSelect();
+        desk::SetText(story.Child(kNewIdEdit), L"200001");
+        desk::Answer(story.PressForBox(button), IDYES);
+        const std::wstring expected = status;
+        desk::WaitUntil(WideToUtf8(expected), [&] { return story.Status().starts_with(expected); });
+        CHECK((story.Off().empty() && story.zones.Contents() == before));
+    }
+}
