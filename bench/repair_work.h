@@ -11,7 +11,7 @@ template <class Connect>
 size_t PlanAndRepair(const Connect& connect, const std::wstring& a, const std::wstring& b) {
     const OdbcSession session = connect(L"master");
     const SQLHDBC reading = session.Connection();
-    const auto roles = PlanRoleIdBatch(reading, b, a, FindDuplicateRoles(reading, a, b));
+    const auto roles = PlanRoleIdBatch(reading, b, a, FindDuplicateRoles(reading, a, b).ToVector());
     const auto guilds = PlanGuildIdBatch(reading, b, a, FindDuplicateGuilds(reading, a, b));
     RepairAllDuplicates(connect(b).Connection(), b, roles, guilds);
     return roles.size() * (1 + roles.back().fields.size()) +

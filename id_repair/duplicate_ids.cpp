@@ -25,7 +25,7 @@ DuplicateRole DuplicateRoles::operator[](size_t index) const {
     return role;
 }
 
-DuplicateRoles::operator std::vector<DuplicateRole>() const {
+std::vector<DuplicateRole> DuplicateRoles::ToVector() const {
     std::vector<DuplicateRole> roles;
     roles.reserve(size());
     for (size_t i = 0; i < size(); ++i) roles.push_back((*this)[i]);

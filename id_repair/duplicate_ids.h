@@ -32,7 +32,7 @@ public:
     size_t size() const noexcept { return starts_.size(); }
     bool empty() const noexcept { return starts_.empty(); }
     DuplicateRole operator[](size_t index) const;
-    operator std::vector<DuplicateRole>() const;
+    std::vector<DuplicateRole> ToVector() const;
 
     /// Appends an element: its texts in the order of DuplicateRole, without U+0000.
     void Add(const std::array<std::wstring_view, 7>& texts);

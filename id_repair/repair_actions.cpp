@@ -136,7 +136,7 @@ void RepairWindow::RepairAll(const RepairConnectionForm& form) {
     const ProgressObserver shown = ShowProgress();
     Progress planned(shown, roles + duplicateGuilds_.size());
     const std::vector<RoleRepairPlan> rolePlans =
-        PlanRoleIdBatch(session.Connection(), target, other, duplicateRoles_,
+        PlanRoleIdBatch(session.Connection(), target, other, duplicateRoles_.ToVector(),
                         [&](size_t done, size_t) { planned.Reach(done); });
     const std::vector<GuildRepairPlan> guildPlans =
         PlanGuildIdBatch(session.Connection(), target, other, duplicateGuilds_,

@@ -24,7 +24,6 @@ static std::string Mutated(std::string text) {
     return text;
 }
 
-// The first rule that a text breaks, of those that hold for every text.
 static const char* BrokenRule(std::string_view bytes) {
     const std::string_view object = JsonObject(bytes, "DBInfo");
     if (object != "" && !(object.front() == '{' && object.back() == '}')) return "an object has both braces";

@@ -19,7 +19,7 @@ TEST_CASE("duplicates are found by ascending ID and new IDs continue after the l
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
     std::wstring found;
-    const std::vector<DuplicateRole> duplicates = FindDuplicateRoles(on, zones.A(), zones.B());
+    const std::vector<DuplicateRole> duplicates = FindDuplicateRoles(on, zones.A(), zones.B()).ToVector();
     for (const auto& [id, nameA, accountA, serverA, nameB, accountB, serverB] : duplicates)
         found +=
             id + L" " + nameA + L" " + accountA + serverA + L" " + nameB + L" " + accountB + serverB + L" ";
@@ -112,7 +112,7 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
         if (done == total) ends += std::to_wstring(total) + L" ";
     };
     const Trace planning;
-    const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b), observer);
+    const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b).ToVector(), observer);
     const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), observer);
     CHECK(planning.Events().size() == 77);  // no question is left out, none asked twice
     // What the trace tells of a repair.

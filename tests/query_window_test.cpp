@@ -112,7 +112,7 @@ TEST_CASE("Enter queries and meanwhile its text is shown and its buttons rest un
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const Accounts database(L"slow");
     Desk desk;
-    desk.StartZone(L"一区", ZoneJson("一区", database.Name()));
+    desk.StartZone(std::wstring(60, L'区'), ZoneJson("一区", database.Name()));
     desk.StartTool();
     const HWND keyword = desk.Child(kKeywordEdit), line = desk.Child(kQueryStatus);
     const HWND list = desk.Child(kAccountList);

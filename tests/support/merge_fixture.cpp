@@ -47,6 +47,6 @@ MergeFixture::MergeFixture()
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
-    return {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B())),
+    return {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B()).ToVector()),
             PlanGuildIdBatch(on, B(), A(), FindDuplicateGuilds(on, A(), B()))};
 }
