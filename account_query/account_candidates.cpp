@@ -54,9 +54,14 @@ constexpr ScoreRule kTableRules[] = {
     {Test::Contains, kLogTableWords, -120},
 };
 
+// Both sides are lower-case already: the name once for all rules, the fragments in their tables.
+bool ContainsNoCase(std::wstring_view lowerText, std::wstring_view lowerFragment) noexcept {
+    return lowerText.find(lowerFragment) != std::wstring_view::npos;
+}
+
 bool MatchesAny(std::wstring_view lowerName, Test test, Words words) noexcept {
     return std::any_of(words.begin(), words.end(), [&](std::wstring_view word) {
-        return test == Test::Equals ? lowerName == word : lowerName.find(word) != std::wstring_view::npos;
+        return test == Test::Equals ? lowerName == word : ContainsNoCase(lowerName, word);
     });
 }
 
@@ -70,16 +75,8 @@ int Score(std::wstring_view lowerName, std::span<const ScoreRule> rules) noexcep
 
 }  // namespace
 
-bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) noexcept {
-    for (size_t i = 0; i + fragment.size() <= text.size(); ++i) {
-        if (EqualsNoCase(text.substr(i, fragment.size()), fragment)) return true;
-    }
-    return false;
-}
-
-bool IsSensitiveColumnName(std::wstring_view column) noexcept {
-    return std::any_of(kSensitiveFragments.begin(), kSensitiveFragments.end(),
-                       [column](std::wstring_view fragment) { return ContainsNoCase(column, fragment); });
+bool IsSensitiveColumnName(std::wstring_view column) {
+    return MatchesAny(ToLower(column), Test::Contains, kSensitiveFragments);
 }
 
 int ScoreAccountCandidate(const AccountSource& candidate) {

@@ -13,12 +13,9 @@ struct AccountSource {
     bool autoDetected = false;  // false, too, while it is only a candidate
 };
 
-/// True when `fragment` occurs in `text`, ignoring letter case (towlower); an empty fragment always does.
-bool ContainsNoCase(std::wstring_view text, std::wstring_view fragment) noexcept;
-
 /// True for a column whose name suggests personal data or secrets: it is never searched. A plain substring
 /// test; that it also excludes names such as zip, description or hotel is intended.
-bool IsSensitiveColumnName(std::wstring_view column) noexcept;
+bool IsSensitiveColumnName(std::wstring_view column);
 
 /// Scores a candidate by its table's and column's names, ignoring letter case. Rules add up; the result can
 /// be negative (log and history tables).
