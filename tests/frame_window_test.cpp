@@ -73,7 +73,7 @@ void CheckFrame(HWND window, const wchar_t* heading, const wchar_t* subtitle, co
     GdiFlush();
     int first = 0;
     while (first < w * kHeight && (pixels[first] & 0xFFFFFF) == 0) ++first;
-    CHECK_MESSAGE(first == w * kHeight, "another colour at ", first % w, ",", first / w);
+    CHECK(first == w * kHeight);  // else the first pixel of another colour, row by row
     const RECT label = desk::RectInParent(GetWindow(window, GW_CHILD));
     CHECK((GetPixel(shown, 3, bottom - 3) == kBody &&
            GetPixel(shown, label.right - 1, label.bottom - 1) == kBody));
@@ -107,8 +107,9 @@ std::wstring Described(HWND window) {
 
 // Checks where controls really stand. A combo box is as high as its font makes it.
 void CheckPlaces(HWND window, std::span<const ControlPlace> places) {
-    for (const auto& [id, x, y, width, height] : places) {
-        CAPTURE(id);
+    for (const ControlPlace& place : places) {
+        CAPTURE(place.id);
+        const auto& [id, x, y, width, height] = place;
         RECT rect = desk::RectInParent(desk::Child(window, id));
         if (id == kZoneCombo || id == kTargetCombo) rect.bottom = y + height;
         const RECT expected = {x, y, x + width, y + height};

@@ -126,7 +126,6 @@ TEST_CASE("data and windows are as before when the server goes away or the progr
           {kRepairAllButton, true, "commit\t1\tHY000\t1\tx\n", all + L"统一角色/行会修复事务提交失败"},
           {kDetectButton, false, "",
            L"分析完成：重复角色 3 个，重复行会 2 个。默认未修改数据库。请选择目标库后可批量修复。"}}) {
-        CAPTURE(status);
         const auto question = asks ? story.PressForBox(button) : desk::MessageBoxView();
         const Faults injected(faults);
         if (button == kQueryButton) {
