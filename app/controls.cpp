@@ -65,6 +65,7 @@ LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lP
 // held down presses once; an edit box left to itself would beep.
 LRESULT CALLBACK EnterProcedure(HWND edit, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                 DWORD_PTR buttonId) {
+    if (message == WM_NCDESTROY) RemoveWindowSubclass(edit, EnterProcedure, 0);
     if (message != WM_CHAR || wParam != L'\r') return DefSubclassProc(edit, message, wParam, lParam);
     const HWND window = GetParent(edit);
     const HWND button = GetDlgItem(window, static_cast<int>(buttonId));
