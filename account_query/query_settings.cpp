@@ -69,7 +69,7 @@ void ConvertToUtf16IfNeeded(const QuerySettings& settings) {
         return;
     }
     std::string bytes;
-    if (IsRegularFile(settings.path)) bytes = ReadWholeFile(settings.path);
+    if (const InputFile file(settings.path); file.Exists()) bytes = ReadWholeFile(file);
     if (bytes.starts_with("\xFF\xFE")) return;
     const std::wstring text = kByteOrderMark + AnsiToWide(bytes);
     ReplaceFileContent(settings.path, text);

@@ -1,8 +1,8 @@
 #include "discovery/config_directory.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "discovery/files.h"
 #include "discovery/paths.h"
 #include "text/text.h"
 
@@ -27,16 +27,22 @@ std::vector<std::wstring> ConfigDirectoryCandidates(std::wstring_view imagePath)
     return candidates;
 }
 
-bool HasServerConfigFiles(const std::wstring& directory) {
-    return IsRegularFile(JoinPath(directory, L"Config.Json")) &&
-           IsRegularFile(JoinPath(directory, L"Config.ini"));
+ServerConfigFiles::ServerConfigFiles(const std::wstring& path)
+    : directory(path), json(JoinPath(path, L"Config.Json")) {
+    if (json.Exists()) ini = InputFile(JoinPath(path, L"Config.ini"));
 }
 
-bool FindServerConfigDirectory(std::wstring_view imagePath, std::wstring& directory) {
-    for (std::wstring& candidate : ConfigDirectoryCandidates(imagePath)) {
+bool HasServerConfigFiles(const ServerConfigFiles& files) noexcept {
+    return files.json.Exists() && files.ini.Exists();
+}
+
+bool FindServerConfigDirectory(std::wstring_view imagePath, ServerConfigFiles& found) {
+    for (const std::wstring& candidate : ConfigDirectoryCandidates(imagePath)) {
         // What holds files is a directory; the empty path would stand for the current one.
-        if (candidate.empty() || !HasServerConfigFiles(candidate)) continue;
-        directory = std::move(candidate);
+        if (candidate.empty()) continue;
+        ServerConfigFiles files(candidate);
+        if (!HasServerConfigFiles(files)) continue;
+        found = std::move(files);
         return true;
     }
     return false;

@@ -22,22 +22,22 @@ std::vector<GameServerInfo> ReadZones(const std::vector<ServerProcessEntry>& pro
         problems += problem;
     };
     for (const ServerProcessEntry& process : processes) {
-        std::wstring directory;
-        if (!FindServerConfigDirectory(process.imagePath, directory)) {
+        ServerConfigFiles files;
+        if (!FindServerConfigDirectory(process.imagePath, files)) {
             addProblem(L"进程 " + std::to_wstring(process.processId) +
                        L" 没找到上级 Config.Json / Config.ini");
             continue;
         }
-        if (!usedDirectories.insert(ToLower(directory)).second) continue;
+        if (!usedDirectories.insert(ToLower(files.directory)).second) continue;
         try {
-            GameServerInfo zone = ReadServerConfig(process, directory);
+            GameServerInfo zone = ReadServerConfig(process, files);
             if (zone.dbName.empty()) {
-                addProblem(directory + L" 的 Config.Json 没有 DBInfo.sDBName");
+                addProblem(files.directory + L" 的 Config.Json 没有 DBInfo.sDBName");
             } else {
                 zones.push_back(std::move(zone));
             }
         } catch (const std::exception&) {
-            addProblem(directory + L" 配置读取失败");
+            addProblem(files.directory + L" 配置读取失败");
         }
     }
     return zones;

@@ -26,17 +26,24 @@ bool IsRegularFile(const std::wstring& path) noexcept {
     return !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
-std::string ReadWholeFile(const std::wstring& path) {
-    const FileHandle file = Open(path, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
+InputFile::InputFile(const std::wstring& path) noexcept
+    : file_(Open(path, GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN)), exists_(file_) {
+    // A directory is refused like a file that may not be read, so only "not found" needs no second question.
+    if (exists_) return;
+    const DWORD error = GetLastError();
+    exists_ = error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && IsRegularFile(path);
+}
+
+std::string ReadWholeFile(const InputFile& file) {
     LARGE_INTEGER size;
-    if (!file || !GetFileSizeEx(file.Get(), &size)) throw RuntimeError("read failed");
+    if (!file.Handle() || !GetFileSizeEx(file.Handle(), &size)) throw RuntimeError("read failed");
     std::string bytes(static_cast<size_t>(size.QuadPart), '\0');
     constexpr size_t kLargestRead = 1u << 30;  // ReadFile counts in 32 bits
     size_t filled = 0;
     while (filled < bytes.size()) {
         const DWORD wanted = static_cast<DWORD>(std::min(bytes.size() - filled, kLargestRead));
         DWORD read = 0;
-        if (!ReadFile(file.Get(), bytes.data() + filled, wanted, &read, nullptr)) {
+        if (!ReadFile(file.Handle(), bytes.data() + filled, wanted, &read, nullptr)) {
             throw RuntimeError("read failed");
         }
         if (read == 0) break;  // the file shrank while it was read

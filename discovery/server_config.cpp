@@ -3,14 +3,13 @@
 #include <optional>
 
 #include "discovery/config_text.h"
-#include "discovery/files.h"
 #include "discovery/paths.h"
 
-GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::wstring& directory) {
-    const std::string json = ReadWholeFile(JoinPath(directory, L"Config.Json"));
+GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const ServerConfigFiles& files) {
+    const std::string json = ReadWholeFile(files.json);
     const std::string_view database = JsonObject(json, "DBInfo");
     const std::string_view server = JsonObject(json, "ServerInfo");
-    const std::string iniBytes = ReadWholeFile(JoinPath(directory, L"Config.ini"));
+    const std::string iniBytes = ReadWholeFile(files.ini);
     // Decoded and parsed only when the JSON file lacks a value, which is rare.
     std::optional<IniText> ini;
     const auto iniValue = [&](std::wstring_view key) {
@@ -19,7 +18,7 @@ GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::ws
     };
 
     GameServerInfo info;
-    info.configDirectory = directory;
+    info.configDirectory = files.directory;
     info.imagePath = process.imagePath;
     info.processId = process.processId;
 
@@ -37,6 +36,6 @@ GameServerInfo ReadServerConfig(const ServerProcessEntry& process, const std::ws
     if (info.gameDirectory.empty()) info.gameDirectory = iniValue(L"GameDirectory");
     if (info.serverId == L"0") info.serverId = iniValue(L"ServerID");
     if (info.serverName.empty()) info.serverName = info.dbName;
-    if (info.serverName.empty()) info.serverName = LastComponent(directory);
+    if (info.serverName.empty()) info.serverName = LastComponent(files.directory);
     return info;
 }
