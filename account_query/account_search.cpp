@@ -9,12 +9,11 @@ namespace {
 
 // A row whose fetch fails on a living connection is left out: one value that the server cannot deliver must
 // not hide the others.
-std::vector<std::wstring> FetchAccounts(SQLHDBC connection, SQLHSTMT statement, int maxResults) {
+TextRows<1> FetchAccounts(SQLHDBC connection, SQLHSTMT statement) {
     TextColumns row(statement, 1);
-    std::vector<std::wstring> accounts;
-    accounts.reserve(static_cast<size_t>(ClampMaxResults(maxResults)));
+    TextRows<1> accounts;
     for (SQLRETURN result; (result = FetchRow(connection, statement)) != SQL_NO_DATA;) {
-        if (OdbcSucceeded(result) && !row.IsNull(0)) accounts.emplace_back(row.Text(0));
+        if (OdbcSucceeded(result) && !row.IsNull(0)) accounts.Add({row.Text(0)});
     }
     return accounts;
 }
@@ -43,6 +42,6 @@ AccountSearchResult SearchAccounts(const GameServerInfo& server, const std::wstr
     SQLLEN indicator = 0;
     RequireSuccess(BindPattern(statement.Get(), pattern, indicator), statement.Get());
     RequireSuccess(SQLExecute(statement.Get()), statement.Get());
-    result.accounts = FetchAccounts(session.Connection(), statement.Get(), settings.maxResults);
+    result.accounts = FetchAccounts(session.Connection(), statement.Get());
     return result;
 }

@@ -188,7 +188,7 @@ void MeasureDetection(int roles, double limit) {
         FindDuplicateGuilds(session.Connection(), zones.A(), zones.B());
     };
     const auto bare = [events = EventsOf(detect)] { Replay(events); };
-    PrintRatio("detection of " + std::to_string(roles) + " duplicates", CompareTimes(11, 1, detect, bare),
+    PrintRatio("detection of " + std::to_string(roles) + " duplicates", CompareTimes(41, 1, detect, bare),
                limit);
 }
 

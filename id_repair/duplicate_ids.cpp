@@ -15,14 +15,10 @@ std::vector<std::wstring> ListDatabases(SQLHDBC connection) {
 }
 
 DuplicateRole DuplicateRoles::operator[](size_t index) const {
-    const wchar_t* text = blocks_[index / kRolesInBlock].c_str() + starts_[index];
-    DuplicateRole role;
-    for (std::wstring* field : {&role.userId, &role.characterA, &role.accountA, &role.serverIdA,
-                                &role.characterB, &role.accountB, &role.serverIdB}) {
-        *field = text;
-        text += field->size() + 1;
-    }
-    return role;
+    const auto [userId, characterA, accountA, serverIdA, characterB, accountB, serverIdB] = rows_[index];
+    return {std::wstring(userId),    std::wstring(characterA), std::wstring(accountA),
+            std::wstring(serverIdA), std::wstring(characterB), std::wstring(accountB),
+            std::wstring(serverIdB)};
 }
 
 std::vector<DuplicateRole> DuplicateRoles::ToVector() const {
@@ -30,13 +26,6 @@ std::vector<DuplicateRole> DuplicateRoles::ToVector() const {
     roles.reserve(size());
     for (size_t i = 0; i < size(); ++i) roles.push_back((*this)[i]);
     return roles;
-}
-
-void DuplicateRoles::Add(const std::array<std::wstring_view, 7>& texts) {
-    if (size() % kRolesInBlock == 0) blocks_.emplace_back();
-    std::wstring& block = blocks_.back();
-    starts_.push_back(block.size());
-    for (const std::wstring_view text : texts) block.append(text).push_back(L'\0');
 }
 
 DuplicateRoles FindDuplicateRoles(SQLHDBC connection, const std::wstring& databaseA,

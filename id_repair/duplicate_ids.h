@@ -1,12 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "db/odbc_handles.h"
+#include "text/text_rows.h"
 
 // All of this only reads, on a connection of the repair side.
 // @throws RuntimeError, everywhere: the text of a database name that cannot be quoted, or the diagnostic text
@@ -24,23 +23,19 @@ struct DuplicateRole {
     std::wstring serverIdB;
 };
 
-/// The character IDs found in both databases. There can be tens of thousands: their texts are kept in a few
-/// large blocks, which takes less than half the memory of as many strings and little of their time, and an
-/// element is made when it is asked for.
+/// The character IDs found in both databases. An element is made when it is asked for.
 class DuplicateRoles {
 public:
-    size_t size() const noexcept { return starts_.size(); }
-    bool empty() const noexcept { return starts_.empty(); }
+    size_t size() const noexcept { return rows_.size(); }
+    bool empty() const noexcept { return rows_.empty(); }
     DuplicateRole operator[](size_t index) const;
     std::vector<DuplicateRole> ToVector() const;
 
     /// Appends an element: its texts in the order of DuplicateRole, without U+0000.
-    void Add(const std::array<std::wstring_view, 7>& texts);
+    void Add(const TextRows<7>::Row& texts) { rows_.Add(texts); }
 
 private:
-    static constexpr size_t kRolesInBlock = 256;
-    std::vector<std::wstring> blocks_;  // each text with its terminator
-    std::vector<size_t> starts_;        // of each element in its block
+    TextRows<7> rows_;
 };
 
 /// One guild ID found in both databases.
