@@ -86,9 +86,13 @@ TEST_CASE("one ID is repaired after a question and then everything is detected a
     const RepairDesk story;
     const AllContents before = story.zones.Contents();
     story.DetectAndSelect();
-    desk::SetText(story.Child(kNewIdEdit), L"1001");
-    story.Press(kRepairButton);
-    CHECK(story.Status() == L"修复失败，已尝试回滚：新旧角色唯一 ID 不能相同");
+    for (const auto& [newId, refused] : {std::pair(L"", L"新角色唯一 ID必须是纯数字唯一 ID"),
+                                         {L"1001", L"新旧角色唯一 ID 不能相同"},
+                                         {L"100234", L"新 ID 已存在于数据库："}}) {
+        desk::SetText(story.Child(kNewIdEdit), newId);
+        story.Press(kRepairButton);
+        CHECK(story.Status().starts_with(std::wstring(L"修复失败，已尝试回滚：") + refused));
+    }
     desk::SetText(story.Child(kNewIdEdit), L"200001");
     Repair(story, kRepairButton,
            L"确认修复角色唯一 ID|即将修改数据库：" + story.zones.B() +
@@ -194,11 +198,12 @@ TEST_CASE("each action tells what it does and takes its buttons away while it wo
         ends(L"分析完成：");
     }
     // Every action reads on a connection to master; the repairs write on one to the target.
-    std::wstring connections;
+    std::wstring used;
     for (const std::wstring& event : trace.Events())
-        if (event.starts_with(L"connect ")) connections += event.substr(8) + L" ";
-    const std::wstring repaired = L"master " + story.zones.B() + L" master ";
-    CHECK(connections == L"master master " + repaired + repaired);
+        if (event.starts_with(L"connect ") || event.starts_with(L"manual ")) used += event + L" ";
+    const std::wstring reads = L"connect master ", b = story.zones.B() + L" ";
+    const std::wstring repairs = reads + L"connect " + b + L"manual " + b + reads;
+    CHECK(used == reads + reads + repairs + repairs);
 }
 
 TEST_CASE("what the server refuses inside a repair reaches the status line and changes nothing") {

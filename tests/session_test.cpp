@@ -95,7 +95,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
             const Faults faults(row.faults);
             CHECK(ToldBy([&] {
                       CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); }) == row.error);
-                  }) == L"manual \nexecute UPDATE t SET n = 1\n" + row.end);
+                  }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
             RunSql(session, {L"UPDATE t SET n = n + 2"});
         }
         CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.n);

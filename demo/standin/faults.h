@@ -34,7 +34,7 @@ void CountCall(const std::string& serverDirectory, const std::string& point);
 ///     disconnect          number of statement handles that were still alive
 ///     prepare, execute    the statement as sent
 ///     hints               table hints of the statement just executed, in upper case, joined by commas
-///     manual, auto, commit, rollback
+///     manual, auto, commit, rollback; of these "manual" tells the current database
 void Trace(const std::string& serverDirectory, int connection, const char* event,
            const std::string& text = {});
 

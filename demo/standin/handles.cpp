@@ -143,14 +143,14 @@ void Connection::CloseCursors() {
 }
 
 /// What every change of the transaction begins with.
-void Connection::BeginChange(const char* event) {
+void Connection::BeginChange(const char* event, const std::string& text) {
     Count(event);
-    Note(event);
+    Note(event, text);
     CloseCursors();
 }
 
 void Connection::SetManual(bool manual) {
-    BeginChange(manual ? "manual" : "auto");
+    BeginChange(manual ? "manual" : "auto", manual ? Open().Current() : "");
     Open().SetManual(manual);
 }
 

@@ -76,7 +76,7 @@ public:
 
 private:
     void CloseCursors();
-    void BeginChange(const char* event);
+    void BeginChange(const char* event, const std::string& text = {});
 
     std::string directory_;
     std::unique_ptr<Session> session_;

@@ -55,7 +55,7 @@ struct Desk {
     /// Starts the program and waits for its filled window.
     void StartTool() {
         std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
-        ForgetHandles();
+        if (CanInjectFaults()) LiveHandles(true);
         tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""));
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
     }

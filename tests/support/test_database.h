@@ -88,11 +88,6 @@ struct Trace : ServerFile {
 
 /// What the driver is asked to do by an action, as Trace tells it.
 template <class Action>
-std::vector<std::wstring> EventsOf(Action action) {
-    const Trace trace;
-    return action(), trace.Events();
-}
-template <class Action>
 std::wstring ToldBy(Action action) {
     const Trace trace;
     return action(), trace.Told();
@@ -101,6 +96,3 @@ std::wstring ToldBy(Action action) {
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.
 int LiveHandles(bool forget = false);
-inline void ForgetHandles() {
-    if (CanInjectFaults()) LiveHandles(true);
-}
