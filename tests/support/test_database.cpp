@@ -24,9 +24,9 @@ std::wstring StandInRoot() {
 // A server folder of this process alone, gone with it.
 struct StandInServer : TestServer {
     StandInServer()
-        : TestServer{L"test-" + std::to_wstring(GetCurrentProcessId()), 1433, L"sa", L"测试 p}w;1"} {
+        : TestServer{L"test-" + std::to_wstring(GetCurrentProcessId()), 2433, L"sa", L"测试 p}w;1"} {
         LiveHandles(true);
-        folder = StandInRoot() + L"\\" + host + L",1433";
+        folder = StandInRoot() + L"\\" + host + L",2433";
         std::filesystem::remove_all(folder);  // of an earlier process with our number
         std::filesystem::create_directory(folder);
         std::ofstream(std::filesystem::path(folder) / "server.conf", std::ios::binary)
