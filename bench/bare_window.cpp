@@ -15,7 +15,6 @@
 namespace {
 
 constexpr bool kOneList = ONE_LIST;
-
 struct Kind {
     const wchar_t* windowClass;
     DWORD style, exStyle;
@@ -28,11 +27,6 @@ constexpr Kind kList = {WC_LISTVIEWW, LVS_REPORT, WS_EX_CLIENTEDGE};
 
 HFONT fonts[3];
 
-HFONT CreateFace(int height, int weight) {
-    return CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                       CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH, L"Microsoft YaHei");
-}
-
 HWND Create(HWND window, const Kind& kind, int x, int y, int width, int height) {
     return CreateWindowExW(kind.exStyle, kind.windowClass, L"区服账号", WS_CHILD | WS_VISIBLE | kind.style, x,
                            y, width, height, window, nullptr, GetModuleHandleW(nullptr), nullptr);
@@ -44,16 +38,16 @@ void CreateList(HWND window) {
     column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
     column.cx = 200;
     column.pszText = const_cast<wchar_t*>(L"数据库");
-    for (; column.iSubItem < 3; ++column.iSubItem) {
+    for (; column.iSubItem < 3; ++column.iSubItem)
         SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column.iSubItem),
                      reinterpret_cast<LPARAM>(&column));
-    }
 }
 
 void CreateOtherControls(HWND window) {
-    fonts[0] = CreateFace(-16, FW_NORMAL);
-    fonts[1] = CreateFace(-17, FW_SEMIBOLD);
-    fonts[2] = CreateFace(-12, FW_NORMAL);
+    constexpr int kHeights[] = {-16, -17, -12}, kWeights[] = {FW_NORMAL, FW_SEMIBOLD, FW_NORMAL};
+    for (int i = 0; i < 3; ++i)
+        fonts[i] = CreateFontW(kHeights[i], 0, 0, 0, kWeights[i], FALSE, FALSE, FALSE, DEFAULT_CHARSET, 0, 0,
+                               CLEARTYPE_QUALITY, 0, L"Microsoft YaHei");
     int number = 0;
     for (const Kind kind : {kLabel, kCombo, kButton, kLabel, kEdit, kButton, kLabel, kEdit, kLabel, kEdit,
                             kButton, kButton, kLabel}) {

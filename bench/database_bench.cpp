@@ -35,10 +35,9 @@ void Fetch(SQLHSTMT statement, std::wstring_view sql) {
     }
     const std::wstring_view list = sql.substr(0, sql.find(L" FROM "));
     const auto count = 1 + std::count(list.begin(), list.end(), L',');
-    for (SQLUSMALLINT i = 1; i <= count; ++i) {
+    for (SQLUSMALLINT i = 1; i <= count; ++i)
         Require(SQLBindCol(statement, i, SQL_C_WCHAR, columns[i - 1].text, sizeof columns[0].text,
                            &columns[i - 1].indicator));
-    }
     while (SQLFetch(statement) != SQL_NO_DATA) continue;
 }
 
@@ -54,8 +53,7 @@ void Execute(SQLHSTMT statement, const wchar_t* sql, bool prepared, const std::w
 
 // Goes through a conversation with the server once more, without the tool: the same calls of the same
 // statements, nothing kept. Only connecting is left to the tool's session. The events are those of the
-// stand-in's trace, the pattern is the one parameter of every prepared statement.
-// @return the number of steps.
+// stand-in's trace, the pattern is the parameter of every prepared statement. @return the number of steps.
 size_t Replay(const std::vector<std::wstring>& events, const std::wstring& pattern = {}) {
     std::vector<OdbcSession> open;
     size_t steps = 0;

@@ -29,11 +29,10 @@ void MeasureGrowth(const std::string& what, const Action& action, const std::vec
             times[i].push_back(Milliseconds(action));
         }
     }
-    for (size_t i = 0; i < sizes.size(); ++i) {
+    for (size_t i = 0; i < sizes.size(); ++i)
         PrintValue(
             "own share of " + what + " of " + std::to_string(sizes[i]) + ", on an ODBC that costs nothing",
             Median(times[i]), "ms");
-    }
     nullDuplicates = sizes.front();
     PrintValue("  allocations per ID", AllocationsOf(action).calls / sizes.front(), "");
     const double growth = Median(times.back()) / Median(times.front());

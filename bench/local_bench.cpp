@@ -39,9 +39,8 @@ std::string Json(size_t size, std::string_view nameKeys = kNameKeys) {
 
 std::string Ini(size_t size) {
     std::string text = "[Config]\r\nGameName=青龙一区\r\nGameDirectory=D:\\Game\r\nServerID=7\r\n[Setup]\r\n";
-    for (int number = 0; text.size() + 100 < size; ++number) {
+    for (int number = 0; text.size() + 100 < size; ++number)
         text += "Setting" + std::to_string(number) + "=值 " + std::to_string(number * 7) + "\r\n";
-    }
     return text.append(size - text.size(), ';');
 }
 
@@ -108,7 +107,7 @@ void MeasureRefresh() {
         folder.Write(name + L"\\Config.ini", Ini(4096));
         folder.Make(name + L"\\Mir200");
         const std::wstring program = folder.At(name + L"\\Mir200\\" + kServerName);
-        CopyFileW(Built(L"..\\demo\\M2Server.exe").c_str(), program.c_str(), FALSE);
+        CopyFileW(Built(L"demo\\M2Server.exe").c_str(), program.c_str(), FALSE);
         servers.emplace_back(program);
     }
     while (QueryImagePaths() < kZones) Sleep(100);
@@ -126,9 +125,8 @@ void MeasureRefresh() {
         for (int zone = 0; zone < kZones; ++zone) ReadBothFiles(folder.At(L"zone" + std::to_wstring(zone)));
     };
     PrintRatio("refresh with 64 running zones", CompareTimes(121, 1, refresh, findAndRead), 1.05);
-    PrintRatio("  of that, finding the processes",
-               CompareTimes(
-                   41, 1, [] { EnumerateServerProcesses(kServerName); }, find));
+    const auto enumerate = [] { EnumerateServerProcesses(kServerName); };
+    PrintRatio("  of that, finding the processes", CompareTimes(41, 1, enumerate, find));
 }
 
 constexpr const wchar_t* kCells[] = {L"10000001", L"角色12345", L"角色12345", L"account12345",
@@ -196,9 +194,8 @@ void MeasureRanking() {
     constexpr const wchar_t* kNames[] = {L"FLD_CHARACTER", L"LoginName", L"Description", L"FLD_ACCOUNT",
                                          L"sItemName"};
     std::vector<AccountSource> columns;
-    for (int i = 0; i < kColumns; ++i) {
+    for (int i = 0; i < kColumns; ++i)
         columns.push_back({L"dbo", kTables[i % 4] + std::to_wstring(i / 20), kNames[i % 5], 0, false});
-    }
     std::vector<AccountSource> candidates;
     const auto rank = [&] {
         for (AccountSource& candidate : candidates) {

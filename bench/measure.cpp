@@ -1,13 +1,10 @@
 #include "bench/measure.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <new>
 
@@ -28,11 +25,10 @@ std::string Number(double value, const char* unit) {
 }
 
 void PrintRow(const std::string& cells, double value, double limit) {
-    if (limit > 0) {
+    if (limit > 0)
         std::printf("%s\t%g\t%s\n", cells.c_str(), limit, value <= limit ? "yes" : "NO");
-    } else {
+    else
         std::printf("%s\t-\t\n", cells.c_str());
-    }
     std::fflush(stdout);
 }
 
@@ -110,12 +106,6 @@ void PrintRatio(const std::string& row, const Comparison& times, double limit) {
 
 void PrintValue(const std::string& row, double value, const char* unit, double limit) {
     PrintRow(row + "\t" + Number(value, unit) + "\t-\t-", value, limit);
-}
-
-std::wstring Built(const wchar_t* relativePath) {
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).replace_filename(relativePath).wstring();
 }
 
 double PrivateKilobytes() {

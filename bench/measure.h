@@ -43,9 +43,5 @@ struct Allocations {
 };
 Allocations AllocationsOf(const Action& action);
 
-/// The path of a file that the build has made, from the folder of the measuring programs.
-std::wstring Built(const wchar_t* relativePath);
-
-/// What this process alone has written to, in kilobytes. Wine does not tell; its host does, by the number
-/// that bench.sh gives.
+/// What this process alone has written to, in kilobytes: Wine's host tells it by the number from bench.sh.
 double PrivateKilobytes();

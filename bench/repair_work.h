@@ -5,8 +5,7 @@
 
 /// What the window does for a batch repair of database B.
 /// @param connect  gives a session on a database of the server.
-/// @return the number of columns to be changed when every ID has as many as the last one, main tables
-/// included.
+/// @return the columns to be changed, main tables included, when every ID has as many as the last one.
 template <class Connect>
 size_t PlanAndRepair(const Connect& connect, const std::wstring& a, const std::wstring& b) {
     const OdbcSession session = connect(L"master");

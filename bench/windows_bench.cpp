@@ -32,8 +32,8 @@ void Measure() {
     // In one folder, so that both use the same settings file.
     const TempDirectory folder;
     const std::wstring tool = folder.At(L"MergeAccountQuery.exe"), bare = folder.At(L"bare_window.exe");
-    CopyFileW(Built(L"..\\MergeAccountQuery.exe").c_str(), tool.c_str(), FALSE);
-    CopyFileW(Built(L"bare_window.exe").c_str(), bare.c_str(), FALSE);
+    CopyFileW(Built(L"MergeAccountQuery.exe").c_str(), tool.c_str(), FALSE);
+    CopyFileW(Built(L"bench\\bare_window.exe").c_str(), bare.c_str(), FALSE);
     PrintRatio("start to a painted, filled window",
                Compare(
                    31, [&] { return StartMilliseconds(tool, true); },
