@@ -36,7 +36,7 @@ void Measure() {
     CopyFileW(Built(L"bench\\bare_window.exe").c_str(), bare.c_str(), FALSE);
     PrintRatio("start to a painted, filled window",
                Compare(
-                   31, [&] { return StartMilliseconds(tool, true); },
+                   61, [&] { return StartMilliseconds(tool, true); },
                    [&] { return StartMilliseconds(bare, false); }),
                1.1);
 }
