@@ -36,14 +36,14 @@ InputFile::InputFile(const std::wstring& path) noexcept
 
 std::string ReadWholeFile(const InputFile& file) {
     LARGE_INTEGER size;
-    if (!file.Handle() || !GetFileSizeEx(file.Handle(), &size)) throw RuntimeError("read failed");
+    if (!file.file_ || !GetFileSizeEx(file.file_.Get(), &size)) throw RuntimeError("read failed");
     std::string bytes(static_cast<size_t>(size.QuadPart), '\0');
     constexpr size_t kLargestRead = 1u << 30;  // ReadFile counts in 32 bits
     size_t filled = 0;
     while (filled < bytes.size()) {
         const DWORD wanted = static_cast<DWORD>(std::min(bytes.size() - filled, kLargestRead));
         DWORD read = 0;
-        if (!ReadFile(file.Handle(), bytes.data() + filled, wanted, &read, nullptr)) {
+        if (!ReadFile(file.file_.Get(), bytes.data() + filled, wanted, &read, nullptr)) {
             throw RuntimeError("read failed");
         }
         if (read == 0) break;  // the file shrank while it was read

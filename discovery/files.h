@@ -18,10 +18,9 @@ public:
     /// What IsRegularFile() says of the path: also true of a file that cannot be opened.
     bool Exists() const noexcept { return exists_; }
 
-    /// Null when it could not be opened.
-    HANDLE Handle() const noexcept { return file_ ? file_.Get() : nullptr; }
-
 private:
+    friend std::string ReadWholeFile(const InputFile& file);
+
     FileHandle file_;
     bool exists_ = false;
 };
