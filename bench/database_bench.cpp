@@ -6,10 +6,10 @@
 
 #include "account_query/account_search.h"
 #include "account_query/account_text.h"
-#include "bench/measure.h"
-#include "bench/repair_work.h"
 #include "id_repair/repair_sql.h"
-#include "tests/support/test_database.h"
+#include "measure.h"
+#include "repair_work.h"
+#include "support/test_database.h"
 #include "text/text.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "bench/measure.h"
-#include "bench/repair_work.h"
+#include "measure.h"
+#include "repair_work.h"
 
 extern int nullDuplicates;  // of null_odbc.cpp, where this program's ODBC calls end
 

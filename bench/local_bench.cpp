@@ -11,12 +11,12 @@
 
 #include "account_query/account_candidates.h"
 #include "app/controls.h"
-#include "bench/measure.h"
-#include "demo/desk_driver.h"
 #include "discovery/discover_game_servers.h"
 #include "discovery/server_config.h"
 #include "discovery/server_processes.h"
-#include "tests/support/temp_directory.h"
+#include "measure.h"
+#include "support/temp_directory.h"
+#include "window_driver.h"
 
 namespace {
 

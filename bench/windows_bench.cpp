@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "bench/measure.h"
-#include "demo/desk_driver.h"
-#include "tests/support/temp_directory.h"
+#include "measure.h"
+#include "support/temp_directory.h"
+#include "window_driver.h"
 
 namespace {
 

@@ -1,15 +1,14 @@
 # Every target of the project links project_options: warnings, definitions and run-time checks.
-# project_warnings is the part without run-time checks, for the programs of demo/.
+# project_warnings is the part without run-time checks, for demo/ and window_driver/.
 add_library(project_warnings INTERFACE)
 add_library(project_options INTERFACE)
 target_link_libraries(project_options INTERFACE project_warnings)
 
-target_include_directories(project_warnings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_definitions(project_warnings INTERFACE
   UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT _WIN32_WINNT=0x0601 WINVER=0x0601)
 
 if(MSVC)
-  # The static run-time keeps the program one file. The manifest comes from resources/app.rc, not from the linker.
+  # The static run-time keeps the program one file. The manifest comes from src/resources/app.rc, not from the linker.
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
   target_compile_options(project_warnings INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:/W4 /WX /permissive- /utf-8 /EHsc /Gy /guard:cf>)

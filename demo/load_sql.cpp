@@ -18,7 +18,7 @@
 #include <string_view>
 #include <vector>
 
-#include "demo/utf8.h"
+#include "utf8.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // After each state it prints a line "picture: NAME LEFT TOP WIDTH HEIGHT" (screen pixels) and waits for a
 // line on standard input, so that whoever started it can save the picture. Output is UTF-8.
 
-#include "demo/desk_driver.h"
+#include "window_driver.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -13,7 +13,7 @@
 #include <iostream>
 #include <string>
 
-#include "demo/utf8.h"
+#include "utf8.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "account_query/account_candidates.h"
 #include "account_query/account_text.h"
 #include "account_query/query_texts.h"
-#include "tests/support/wide_text.h"
+#include "support/wide_text.h"
 
 TEST_CASE("columns that may hold secrets are known by their names") {
     for (const std::wstring& name :

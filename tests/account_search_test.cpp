@@ -3,8 +3,8 @@
 #include "account_query/account_search.h"
 #include "account_query/account_source.h"
 #include "account_query/account_text.h"
-#include "tests/support/test_database.h"
-#include "tests/support/wide_text.h"
+#include "support/test_database.h"
+#include "support/wide_text.h"
 
 // The result of a search as "schema.table.column account account", or its error.
 static std::wstring Found(const TestDatabase& database, const std::wstring& keyword,

@@ -1,8 +1,8 @@
 #include "discovery/config_text.h"
 #include "discovery/kernel_handle.h"
 #include "discovery/server_config.h"
-#include "tests/support/temp_directory.h"
-#include "tests/support/wide_text.h"
+#include "support/temp_directory.h"
+#include "support/wide_text.h"
 
 TEST_CASE("a JSON value is found by its quoted key and an object ends at its own brace") {
     using Row = std::pair<const char*, const wchar_t*>;  // and the value as a text and as a number

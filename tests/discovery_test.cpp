@@ -2,8 +2,8 @@
 #include "discovery/discover_game_servers.h"
 #include "discovery/kernel_handle.h"
 #include "discovery/server_processes.h"
-#include "tests/support/temp_directory.h"
-#include "tests/support/wide_text.h"
+#include "support/temp_directory.h"
+#include "support/wide_text.h"
 
 TEST_CASE("the configuration is looked for upward from the image") {
     for (const TextRow& row :

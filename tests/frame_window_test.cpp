@@ -1,6 +1,6 @@
 #include "account_query/query_window.h"
 #include "app/controls.h"
-#include "tests/support/desk_fixture.h"
+#include "support/desk_fixture.h"
 
 // after windows.h, which it needs
 #include <commctrl.h>

@@ -1,7 +1,7 @@
 #include <random>
 
 #include "discovery/config_text.h"
-#include "tests/support/wide_text.h"
+#include "support/wide_text.h"
 #include "text/text.h"
 
 // A text that differs from a good one by a few hostile edits; the seed is fixed, so a failure comes back.

@@ -2,8 +2,8 @@
 #include "id_repair/new_ids.h"
 #include "id_repair/role_analysis.h"
 #include "id_repair/role_repair.h"
-#include "tests/support/merge_fixture.h"
-#include "tests/support/wide_text.h"
+#include "support/merge_fixture.h"
+#include "support/wide_text.h"
 
 TEST_CASE("an observer is told once per percent and at the end") {
     size_t percent = 0;

@@ -1,5 +1,5 @@
-#include "tests/support/temp_directory.h"
-#include "tests/support/wide_text.h"
+#include "support/temp_directory.h"
+#include "support/wide_text.h"
 
 TEST_CASE("the program's file brings its icon its version and its manifest along") {
     const std::wstring path = Built(L"MergeAccountQuery.exe");

@@ -1,6 +1,6 @@
 #include <optional>
 
-#include "tests/support/desk_fixture.h"
+#include "support/desk_fixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "db/odbc_statement.h"
-#include "tests/support/desk_fixture.h"
+#include "support/desk_fixture.h"
 
 // after windows.h, which it needs
 #include <winternl.h>

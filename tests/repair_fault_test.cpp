@@ -3,8 +3,8 @@
 #include "account_query/account_source.h"
 #include "id_repair/batch_repair.h"
 #include "id_repair/role_repair.h"
-#include "tests/support/merge_fixture.h"
-#include "tests/support/wide_text.h"
+#include "support/merge_fixture.h"
+#include "support/wide_text.h"
 
 // Lets a repair fail, in each of several ways, at one point after the other until it meets none. It is
 // carried out at the end, so each way gets a fixture of its own.

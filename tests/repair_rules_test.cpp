@@ -6,7 +6,7 @@
 #include "id_repair/repair_texts.h"
 #include "id_repair/role_id.h"
 #include "id_repair/role_repair.h"
-#include "tests/support/wide_text.h"
+#include "support/wide_text.h"
 
 TEST_CASE("a character ID is 1 to 50 ASCII digits") {
     for (const std::wstring& id : {std::wstring(L"0"), std::wstring(50, L'9')}) CHECK(IsRoleId(id));
@@ -90,12 +90,11 @@ TEST_CASE("only the repair holds a statement that writes to a database") {
     const std::regex writing("UPDATE|INSERT|INTO |DELETE|MERGE(?!Account)|TRUNCATE|EXEC|DROP|ALTER|CREATE",
                              std::regex::icase);
     std::string found;
-    for (const char* room : {"/text", "/db", "/discovery", "/account_query", "/id_repair", "/app"}) {
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::string(PRODUCT_SOURCE_DIR) + room)) {
-            const std::string texts = std::regex_replace(ReadWholeFile(entry.path().wstring()), code, "$1");
-            if (std::regex_search(texts, writing)) found += entry.path().filename().string() + " ";
-        }
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(PROGRAM_SOURCE_DIR)) {
+        const std::string kind = entry.path().extension().string();
+        if (kind != ".cpp" && kind != ".h") continue;
+        const std::string texts = std::regex_replace(ReadWholeFile(entry.path().wstring()), code, "$1");
+        if (std::regex_search(texts, writing)) found += entry.path().filename().string() + " ";
     }
     CHECK(found == "role_repair.cpp ");
 }

@@ -1,4 +1,4 @@
-#include "tests/support/desk_fixture.h"
+#include "support/desk_fixture.h"
 
 using Texts = std::vector<std::wstring>;
 static const std::string kEveryButton = "3007 3011 3013 3016 ";

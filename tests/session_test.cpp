@@ -1,7 +1,7 @@
 #include "db/odbc_statement.h"
 #include "db/odbc_transaction.h"
-#include "tests/support/test_database.h"
-#include "tests/support/wide_text.h"
+#include "support/test_database.h"
+#include "support/wide_text.h"
 
 // A disconnection of a handle that is not connected ends in the driver manager: only its caller can show it.
 static int disconnections;

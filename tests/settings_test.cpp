@@ -1,7 +1,7 @@
 #include "account_query/query_settings.h"
 #include "discovery/files.h"
-#include "tests/support/temp_directory.h"
-#include "tests/support/wide_text.h"
+#include "support/temp_directory.h"
+#include "support/wide_text.h"
 
 static constexpr wchar_t kFile[] = L"QuerySettings.ini";
 

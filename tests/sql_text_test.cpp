@@ -3,7 +3,7 @@
 #include <cwctype>
 
 #include "db/connection_string.h"
-#include "tests/support/wide_text.h"
+#include "support/wide_text.h"
 
 TEST_CASE("a connection string has every value in braces and cut at a U+0000") {
     const std::wstring tail = L";Encrypt=no;TrustServerCertificate=yes;Connection Timeout=";

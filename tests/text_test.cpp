@@ -1,6 +1,6 @@
 #include "text/text.h"
 
-#include "tests/support/wide_text.h"
+#include "support/wide_text.h"
 
 TEST_CASE("text survives the way to UTF-8 and back and malformed text never throws") {
     const std::wstring text = L"\u00E9区\xD842\xDFB7z";

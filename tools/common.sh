@@ -40,7 +40,7 @@ build_preset() {
 # The stand-in database driver is a library of this machine, not of Windows, hence a project of its own.
 build_standin() {
     say "build: stand-in database driver"
-    quietly configure-standin cmake -S "$root/demo/standin" -B "$build_dir/standin" -G Ninja \
+    quietly configure-standin cmake -S "$root/standin" -B "$build_dir/standin" -G Ninja \
         -DCMAKE_BUILD_TYPE=Release || return 1
     quietly build-standin cmake --build "$build_dir/standin" --parallel "$(nproc)"
 }

@@ -16,9 +16,9 @@ files=(MergeAccountQuery.exe QuerySettings.ini manual.html CHANGELOG.md THIRD-PA
 
 # The version is also written in files that CMake does not generate.
 check_version() {
-    grep -q "\"ProductVersion\", \"$version\"" "$root/resources/app.rc" &&
+    grep -q "\"ProductVersion\", \"$version\"" "$root/src/resources/app.rc" &&
         grep -q "^## \[$version\]" "$root/CHANGELOG.md" && return
-    echo "resources/app.rc and CHANGELOG.md do not both have version ${version:-in CMakeLists.txt}" >&2
+    echo "src/resources/app.rc and CHANGELOG.md do not both have version ${version:-in CMakeLists.txt}" >&2
     return 1
 }
 

@@ -1,4 +1,4 @@
-#include "demo/desk_driver.h"
+#include "window_driver.h"
 
 #include <algorithm>
 #include <utility>

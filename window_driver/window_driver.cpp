@@ -1,9 +1,9 @@
-#include "demo/desk_driver.h"
+#include "window_driver.h"
 
 #include <array>
 #include <thread>
 
-#include "demo/utf8.h"
+#include "utf8.h"
 
 namespace desk {
 namespace {

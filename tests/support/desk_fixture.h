@@ -5,12 +5,12 @@
 #include <sstream>
 
 #include "account_query/query_layout.h"
-#include "demo/desk_driver.h"
 #include "discovery/files.h"
 #include "id_repair/repair_layout.h"
-#include "tests/support/merge_fixture.h"
-#include "tests/support/temp_directory.h"
-#include "tests/support/wide_text.h"
+#include "support/merge_fixture.h"
+#include "support/temp_directory.h"
+#include "support/wide_text.h"
+#include "window_driver.h"
 
 /// The Config.Json of a zone on the test server.
 inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) {

@@ -1,4 +1,4 @@
-#include "tests/support/merge_fixture.h"
+#include "support/merge_fixture.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "id_repair/new_ids.h"
-#include "tests/support/test_database.h"
+#include "support/test_database.h"
 
 /// The contents of a fixture's databases.
 struct AllContents {

@@ -1,4 +1,4 @@
-#include "tests/support/test_database.h"
+#include "support/test_database.h"
 
 #include <windows.h>
 
