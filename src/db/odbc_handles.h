@@ -15,7 +15,8 @@ template <SQLSMALLINT Type>
 struct OdbcHandleTrait {
     using Handle = SQLHANDLE;
     static constexpr Handle kNone = SQL_NULL_HANDLE;
-    static void Close(Handle handle) noexcept { SQLFreeHandle(Type, handle); }
+    /// @return false when the driver still uses the handle: what it belongs to must not be freed either.
+    static bool Close(Handle handle) noexcept { return SQL_SUCCEEDED(SQLFreeHandle(Type, handle)); }
 };
 using OdbcEnvironment = Owner<OdbcHandleTrait<SQL_HANDLE_ENV>>;
 using OdbcConnection = Owner<OdbcHandleTrait<SQL_HANDLE_DBC>>;
@@ -39,10 +40,14 @@ inline OdbcStatement AllocateStatement(SQLHDBC connection) noexcept {
 }
 
 /// The diagnostic records of the last call on a handle as one line: "STATE: message", up to six of them
-/// joined by " | "; "ODBC 未返回详细错误" when there is none. To be called before any other call on the
-/// handle.
+/// joined by " | "; "ODBC 未返回详细错误" when there is none. Line breaks and tabs inside a message, which
+/// drivers take over from the system's texts, become one blank; at its end nothing is left of them. To be
+/// called before any other call on the handle.
 std::wstring OdbcDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
 
 /// Checks the result of an ODBC call on a statement.
 /// @throws RuntimeError with the statement's diagnostic text.
 void RequireSuccess(SQLRETURN result, SQLHSTMT statement);
+
+/// True when the driver has noticed that the connection to the server is lost.
+bool IsConnectionDead(SQLHDBC connection) noexcept;

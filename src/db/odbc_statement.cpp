@@ -10,12 +10,7 @@ namespace {
 // No row can follow: the connection is gone, or the driver has closed the cursor after an error (24000,
 // HY010).
 bool CanNeverEnd(SQLHDBC connection, SQLHSTMT statement) {
-    SQLUINTEGER dead = SQL_CD_FALSE;
-    if (OdbcSucceeded(
-            SQLGetConnectAttrW(connection, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr)) &&
-        dead == SQL_CD_TRUE) {
-        return true;
-    }
+    if (IsConnectionDead(connection)) return true;
     SQLWCHAR state[6] = {};
     SQLINTEGER nativeError = 0;
     SQLSMALLINT length = 0;
@@ -28,30 +23,6 @@ bool CanNeverEnd(SQLHDBC connection, SQLHSTMT statement) {
 }
 
 }  // namespace
-
-std::wstring OdbcDiagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
-    constexpr SQLSMALLINT kMostRecords = 6;
-    constexpr SQLSMALLINT kMessageUnits = 1024;
-    std::wstring text;
-    SQLWCHAR state[6];
-    SQLWCHAR message[kMessageUnits];
-    for (SQLSMALLINT record = 1; record <= kMostRecords; ++record) {
-        SQLINTEGER nativeError = 0;
-        SQLSMALLINT length = 0;
-        state[0] = message[0] = L'\0';
-        const SQLRETURN result =
-            SQLGetDiagRecW(handleType, handle, record, state, &nativeError, message, kMessageUnits, &length);
-        if (result == SQL_NO_DATA) break;
-        if (!OdbcSucceeded(result)) continue;
-        if (!text.empty()) text += L" | ";
-        text.append(state, wcsnlen(state, 5)).append(L": ").append(message, wcsnlen(message, kMessageUnits));
-    }
-    return text.empty() ? L"ODBC 未返回详细错误" : text;
-}
-
-void RequireSuccess(SQLRETURN result, SQLHSTMT statement) {
-    if (!OdbcSucceeded(result)) throw RuntimeError(OdbcDiagnostics(SQL_HANDLE_STMT, statement));
-}
 
 OdbcStatement ExecuteDirect(SQLHDBC connection, const std::wstring& sql, bool keepStatement) {
     OdbcStatement statement = AllocateStatement(connection);
