@@ -31,8 +31,11 @@ void CommitTransaction(SQLHDBC connection, const TransactionTexts& texts) {
 }
 
 void RollbackTransaction(SQLHDBC connection) noexcept {
-    const bool rolledBack = OdbcSucceeded(SQLEndTran(SQL_HANDLE_DBC, connection, SQL_ROLLBACK));
-    if (rolledBack || RollBackByStatement(connection)) SetAutomaticCommit(connection, SQL_AUTOCOMMIT_ON);
+    const bool rolledBack = OdbcSucceeded(SQLEndTran(SQL_HANDLE_DBC, connection, SQL_ROLLBACK)) ||
+                            RollBackByStatement(connection);
+    // Nothing can be committed over a lost connection, but its driver counts the transaction as open, and
+    // does not disconnect, until it has been told to commit automatically; the call itself fails.
+    if (rolledBack || IsConnectionDead(connection)) SetAutomaticCommit(connection, SQL_AUTOCOMMIT_ON);
 }
 
 void RunInTransaction(SQLHDBC connection, const TransactionTexts& texts, const std::function<void()>& work) {

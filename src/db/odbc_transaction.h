@@ -19,8 +19,9 @@ void BeginTransaction(SQLHDBC connection, const TransactionTexts& texts = {});
 ///         RollbackTransaction must end it.
 void CommitTransaction(SQLHDBC connection, const TransactionTexts& texts = {});
 
-/// Rolls back and switches back to automatic commit. When the rollback fails, automatic commit stays off:
-/// switching it on would commit the open transaction, and with it a partial repair.
+/// Rolls back and switches back to automatic commit. When the rollback fails on a connection that lives,
+/// automatic commit stays off: switching it on would commit the open transaction, and with it a partial
+/// repair. On a lost connection the server has rolled back by itself.
 void RollbackTransaction(SQLHDBC connection) noexcept;
 
 /// Runs `work` in a transaction of its own and commits once at its end. Any exception, from the work or from
