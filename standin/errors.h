@@ -11,7 +11,7 @@ namespace standin {
 /// One kind of failure. Arguments take the places of % in its sentence.
 struct Error {
     const char* state;
-    int native;  // the server's number; 0 where the driver itself speaks
+    int native;  // the server's number; 0, or in class 08 the system's number, where the driver itself speaks
     const char* sentence;
 };
 
@@ -49,9 +49,20 @@ constexpr Error kOverflow{"22003", 8115, "Arithmetic overflow error converting e
 constexpr Error kLoginFailed{"28000", 18456, "Login failed for user '%'."};
 constexpr Error kStatementFailed{"42000", 50000, "The stand-in could not run the statement: %"};
 constexpr Error kLoginTimeout{"HYT00", 0, "Login timeout expired"};
-constexpr Error kUnreachable{"08001", 0, "Server % is not found or not accessible."};
+constexpr Error kRefused{"08001", 10061, "TCP Provider: Connection refused.\r\n"};
+constexpr Error kNotFound{
+    "08001", 10061,
+    "A network-related or instance-specific error has occurred while establishing a connection to %. Server "
+    "is not found or not accessible. Check if instance name is correct and if SQL Server is configured to "
+    "allow remote connections. For more information see SQL Server Books Online."};
+constexpr Error kSilent{"08001", 258, "TCP Provider: Timeout error [258]. "};
+constexpr Error kNoPrelogin{"08001", 258,
+                            "Unable to complete login process due to delay in prelogin response"};
 constexpr Error kConnectionString{"08001", 0, "Invalid connection string attribute"};
+constexpr Error kUnknownKeyword{"01S00", 0, "Invalid connection string attribute"};
 constexpr Error kNotConnected{"08003", 0, "Connection not open"};
+constexpr Error kReset{"08S01", 10054, "TCP Provider: Connection reset by peer.\r\n"};
+constexpr Error kLost{"08S01", 10054, "Communication link failure"};
 constexpr Error kDead{"08S01", 0, "Communication link failure"};
 constexpr Error kTruncated{"01004", 0, "String data, right truncation"};
 constexpr Error kParameters{"07002", 0, "COUNT field incorrect or syntax error"};
@@ -61,30 +72,26 @@ constexpr Error kIndicator{"22002", 0, "Indicator variable required but not supp
 constexpr Error kNumberRange{"22003", 0, "Numeric value out of range"};
 constexpr Error kNotANumber{"22018", 0, "Invalid character value for cast specification"};
 constexpr Error kCursor{"24000", 0, "Invalid cursor state"};
-constexpr Error kBusy{"HY000", 0, "Connection is busy with results for another hstmt"};
+constexpr Error kTransactionOpen{"25000", 0, "Invalid transaction state"};
+constexpr Error kBusy{"HY000", 0, "Connection is busy with results for another command"};
 constexpr Error kGeneral{"HY000", 0, "General error: %"};
 constexpr Error kFaultLine{"HY000", 0, "faults.txt holds a line that cannot be read: %"};
 constexpr Error kSequence{"HY010", 0, "Function sequence error"};
 constexpr Error kNotImplemented{"HYC00", 0, "Optional feature not implemented"};
 
-/// One ODBC diagnostic record; the text is UTF-8.
+/// One ODBC diagnostic record; the text is UTF-8, and a handle that gets it puts the prefix in front.
 struct DiagRecord {
     std::string state;
     int native = 0;
     std::string text;
+    bool asWritten = false;  // without a prefix
 };
 
-/// The record of an error, with the driver's prefix in front of its sentence.
 inline DiagRecord MakeRecord(const Error& error, std::string_view first = {}, std::string_view second = {}) {
-    std::string text = "[Microsoft][ODBC Driver for SQL Server]";
-    if (error.native != 0) text += "[SQL Server]";
-    for (const char c : std::string_view(error.sentence)) {
-        if (c == '%') {
-            text += std::exchange(first, second);
-        } else {
-            text += c;
-        }
-    }
+    std::string text = error.sentence;
+    for (std::size_t at = 0; (at = text.find('%', at)) != text.npos;
+         at += std::exchange(first, second).size())
+        text.replace(at, 1, first);
     return {error.state, error.native, std::move(text)};
 }
 

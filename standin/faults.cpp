@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -23,11 +26,15 @@ namespace {
 constexpr std::string_view kPoints[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
                                         "commit",  "rollback",  "manual",  "auto", "disconnect"};
 
+enum class Kind { kFail, kDie, kSlow, kRefuse, kSilent };
+constexpr std::pair<std::string_view, Kind> kKinds[] = {
+    {"die", Kind::kDie}, {"slow", Kind::kSlow}, {"refuse", Kind::kRefuse}, {"silent", Kind::kSilent}};
+
 struct Fault {
+    Kind kind = Kind::kFail;
     std::string point;
     int first = 1;
     int last = 1;
-    bool fails = false, dies = false;
     int sleep = 0;  // milliseconds
     std::vector<DiagRecord> records;
 };
@@ -38,6 +45,7 @@ using Stamp = std::tuple<std::int64_t, std::int64_t, std::int64_t, ino_t>;
 struct Plan {
     Stamp stamp{};
     std::vector<Fault> faults;
+    int second = 1000;  // milliseconds
     std::string badLine;
     std::map<std::string, int> calls;  // by their points
 };
@@ -64,23 +72,31 @@ bool ReadFault(const std::string& line, Fault& fault) {
         return field;
     };
     fault.point = next();
-    const bool slow = fault.point == "slow";
-    fault.dies = fault.point == "die";
-    fault.fails = !slow;
-    if (slow || fault.dies) fault.point = next();
+    for (const auto& [word, kind] : kKinds) {
+        if (fault.point != word) continue;
+        fault.kind = kind;
+        fault.point = next();
+        break;
+    }
     std::string range = next();
     if (range == "*") range = "1+";
     const bool open = range.ends_with('+');
     if (open) range.pop_back();
     fault.first = ReadNumber(range);
     fault.last = open ? std::numeric_limits<int>::max() : fault.first;
-    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1 || isEnd()) return false;
-    if (slow) {
+    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1) return false;
+    if (fault.kind == Kind::kRefuse || fault.kind == Kind::kSilent)
+        return fault.point == "connect" && isEnd();
+    if (fault.kind == Kind::kSlow) {
         fault.sleep = ReadNumber(next());
         return fault.sleep >= 0 && isEnd();
     }
+    if (fault.kind == Kind::kDie && isEnd()) {
+        fault.records = {MakeRecord(kReset), MakeRecord(kLost)};
+        return true;
+    }
     for (bool first = true; first || !isEnd(); first = false) {
-        DiagRecord record{next(), 0, {}};
+        DiagRecord record{next(), 0, {}, true};
         if (first && record.state == "-") return isEnd();
         record.native = ReadNumber(next());
         record.text = next();
@@ -97,7 +113,11 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     for (std::string line; std::getline(file, line);) {
         if (line.ends_with('\r')) line.pop_back();
         Fault fault;
-        if (ReadFault(line, fault)) {
+        constexpr std::string_view kSecond = "second\t";
+        if (line.starts_with(kSecond)) {
+            plan.second = ReadNumber(std::string_view(line).substr(kSecond.size()));
+            if (plan.second < 0) plan.badLine = line;
+        } else if (ReadFault(line, fault)) {
             plan.faults.push_back(std::move(fault));
         } else if (!line.empty()) {
             plan.badLine = line;
@@ -106,8 +126,8 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
     return plan;
 }
 
-/// The faults that this call meets; the lock is not held while they are carried out.
-std::vector<Fault> MeetFaults(const std::string& serverDirectory, const std::string& point) {
+/// The part of the plan that this call meets; the lock is not held while it is carried out.
+Plan MeetFaults(const std::string& serverDirectory, const std::string& point) {
     static std::mutex mutex;
     static std::map<std::string, Plan> plans;
     const std::lock_guard lock(mutex);
@@ -116,22 +136,65 @@ std::vector<Fault> MeetFaults(const std::string& serverDirectory, const std::str
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
     if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
     const int call = ++plan.calls[point];
-    std::vector<Fault> met;
+    Plan met;
+    met.second = plan.second;
     for (const Fault& fault : plan.faults) {
-        if (fault.point == point && call >= fault.first && call <= fault.last) met.push_back(fault);
+        if (fault.point == point && call >= fault.first && call <= fault.last) met.faults.push_back(fault);
     }
     return met;
 }
 
+void Sleep(std::int64_t milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+void CarryOut(const Fault& fault) {
+    Sleep(fault.sleep);
+    if (fault.kind == Kind::kDie) throw ConnectionDied(fault.records);
+    if (fault.kind == Kind::kFail) throw SqlError(fault.records);
+}
+
+/// The counts and the file that shows them. It goes with the process; a process that is killed leaves it.
+struct HandleCounts {
+    HandleCounts() {
+        const char* root = std::getenv("SQLSTANDIN_ROOT");
+        if (root == nullptr) return;
+        path = std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt";
+        file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    }
+    ~HandleCounts() {
+        unlink(path.c_str());
+        close(file);
+    }
+
+    std::mutex mutex;
+    int counts[4] = {};
+    std::string path;
+    int file = -1;
+};
+
 }  // namespace
 
 void CountCall(const std::string& serverDirectory, const std::string& point) {
-    const std::vector<Fault> faults = MeetFaults(serverDirectory, point);
-    for (const Fault& fault : faults) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(fault.sleep));
-        if (fault.dies) throw ConnectionDied(fault.records);
-        if (fault.fails) throw SqlError(fault.records);
+    for (const Fault& fault : MeetFaults(serverDirectory, point).faults) CarryOut(fault);
+}
+
+Greeting CountAttempt(const std::string& serverDirectory, unsigned seconds) {
+    const Plan met = MeetFaults(serverDirectory, "connect");
+    constexpr std::int64_t kNoEnd = std::numeric_limits<int>::max();
+    std::int64_t patience = seconds == 0 ? kNoEnd : std::int64_t{seconds} * met.second;
+    const auto waitFor = [&](Greeting greeting) {
+        Sleep(patience);
+        return greeting;
+    };
+    for (const Fault& fault : met.faults) {
+        if (fault.kind == Kind::kRefuse) return waitFor(Greeting::kRefuses);
+        if (fault.kind == Kind::kSilent || fault.sleep > patience) return waitFor(Greeting::kIsSilent);
+        CarryOut(fault);
+        patience -= fault.sleep;
     }
+    const bool listens = std::filesystem::exists(serverDirectory + "/server.conf");
+    return listens ? Greeting::kAnswers : waitFor(Greeting::kRefuses);
 }
 
 void Trace(const std::string& serverDirectory, int connection, const char* event, const std::string& text) {
@@ -142,6 +205,16 @@ void Trace(const std::string& serverDirectory, int connection, const char* event
     line += "\n";
     if (write(file, line.data(), line.size()) < 0) std::perror("trace.txt");  // a trace is no reason to fail
     close(file);
+}
+
+void CountLive(Live what, int by) {
+    static HandleCounts all;
+    const std::lock_guard lock(all.mutex);
+    all.counts[static_cast<int>(what)] += by;
+    char text[64];
+    const int size = std::snprintf(text, sizeof text, "%8d %8d %8d %8d\n", all.counts[0], all.counts[1],
+                                   all.counts[2], all.counts[3]);
+    if (pwrite(all.file, text, static_cast<std::size_t>(size), 0) < 0) std::perror("handles");
 }
 
 }  // namespace standin

@@ -15,21 +15,30 @@ public:
 /// Counts one call against the server's faults.txt and does what stands there for it. The file is looked at
 /// on every call; whenever it has changed, all counters start anew. Counters belong to the process.
 ///
-///     POINT  N  STATE  NATIVE  TEXT  [STATE  NATIVE  TEXT ...]     fields are separated by tabs
-///     die    POINT  N  STATE  NATIVE  TEXT ...
-///     slow   POINT  N  MILLISECONDS
+///     POINT   N        STATE  NATIVE  TEXT  [STATE  NATIVE  TEXT ...]     fields are separated by tabs
+///     die     POINT    N  [STATE  NATIVE  TEXT ...]     the connection is lost; by itself with the driver's
+///     words slow    POINT    N  MILLISECONDS refuse  connect  N                                nobody
+///     listens silent  connect  N                                somebody listens who never answers second
+///     MILLISECONDS                              what a second of the login time-out lasts
 ///
 /// POINT is connect, statement, prepare, bind, execute, fetch, commit, rollback, manual, auto or disconnect.
 /// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
-/// the caller exactly as written, without the driver's prefix.
+/// the caller exactly as written, without the driver's prefix. Behind a fetch that fails there are no rows.
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
 void CountCall(const std::string& serverDirectory, const std::string& point);
+
+/// How a server meets an attempt to connect.
+enum class Greeting { kAnswers, kRefuses, kIsSilent };
+
+/// The same for an attempt to connect; a folder without server.conf refuses. What is no answer comes when the
+/// login time-out is over. @param seconds  of that time-out; 0 for none
+Greeting CountAttempt(const std::string& serverDirectory, unsigned seconds);
 
 /// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
 /// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no
 /// event; one that fails for reasons of its own is.
 ///
-///     attempt             driver, blank, connection time-out in seconds; refused attempts are seen as well
+///     attempt             driver, blank, login time-out in seconds; attempts that fail are seen as well
 ///     connect             database
 ///     disconnect          number of statement handles that were still alive
 ///     prepare, execute    the statement as sent
@@ -37,5 +46,11 @@ void CountCall(const std::string& serverDirectory, const std::string& point);
 ///     manual, auto, commit, rollback; of these "manual" tells the current database
 void Trace(const std::string& serverDirectory, int connection, const char* event,
            const std::string& text = {});
+
+/// What is counted while it lives. The counts of a process lie in this order in the file "handles-<pid>.txt"
+/// under SQLSTANDIN_ROOT, so that a test can watch another process. A connection is open from the connecting
+/// to the disconnecting that succeeds, and so is one that was lost.
+enum class Live { kEnvironment, kConnection, kStatement, kOpenConnection };
+void CountLive(Live what, int by);
 
 }  // namespace standin

@@ -1,48 +1,13 @@
 #include "handles.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <mutex>
 
 #include "text.h"
 
 namespace standin {
 namespace {
-
-/// The counts and the file that shows them. It goes with the process; a process that is killed leaves it.
-struct HandleCounts {
-    HandleCounts() {
-        const char* root = std::getenv("SQLSTANDIN_ROOT");
-        if (root == nullptr) return;
-        path = std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt";
-        file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    }
-    ~HandleCounts() {
-        unlink(path.c_str());
-        close(file);
-    }
-
-    std::mutex mutex;
-    int counts[3] = {};
-    std::string path;
-    int file = -1;
-};
-
-void CountHandle(HandleKind kind, int by) {
-    static HandleCounts all;
-    const std::lock_guard lock(all.mutex);
-    all.counts[static_cast<int>(kind)] += by;
-    char text[48];
-    const int size =
-        std::snprintf(text, sizeof text, "%8d %8d %8d\n", all.counts[0], all.counts[1], all.counts[2]);
-    if (pwrite(all.file, text, static_cast<std::size_t>(size), 0) < 0) std::perror("handles");
-}
 
 constexpr SQLLEN kUnit = sizeof(char16_t);
 
@@ -83,36 +48,61 @@ bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
 
 }  // namespace
 
-Handle::Handle(HandleKind kind) : kind_(kind) {
-    CountHandle(kind, 1);
+Handle::Handle(Live kind, std::string driver) : kind_(kind), driver_(std::move(driver)) {
+    CountLive(kind, 1);
 }
 Handle::~Handle() {
-    if (!staysCounted_) CountHandle(kind_, -1);
+    if (!staysCounted_) CountLive(kind_, -1);
 }
 
-Connection::Connection() : Handle(HandleKind::kConnection) {}
+void Handle::AddInFront(std::vector<DiagRecord> all) {
+    for (DiagRecord& record : all) record = Complete(std::move(record));
+    records_.insert(records_.begin(), all.begin(), all.end());
+}
+
+void Handle::Warn(const Error& error, std::string_view part) {
+    records_.push_back(Complete(MakeRecord(error, part)));
+}
+
+DiagRecord Handle::Complete(DiagRecord record) const {
+    if (record.asWritten) return record;
+    const bool fromServer = record.native != 0 && !record.state.starts_with("08");
+    record.text.insert(0, "[Microsoft][" + driver_ + (fromServer ? "][SQL Server]" : "]"));
+    return record;
+}
+
+Connection::Connection() : Handle(Live::kConnection) {}
 Connection::~Connection() = default;
 
 void Connection::Connect(const std::string& connectionString) {
     static std::atomic<int> connections = 0;
     const Login login = ReadConnectionString(connectionString);
+    if (!login.driver.empty()) SetDriver(login.driver);
+    if (login.hasUnknownKeyword) Warn(kUnknownKeyword);
     directory_ = FindServer(login.server);
     number_ = ++connections;
-    Note("attempt", login.driver + " " + login.timeoutSeconds);
-    CountCall(directory_, "connect");
+    Note("attempt", Driver() + " " + std::to_string(loginTimeout_));
+    const Greeting greeting = CountAttempt(directory_, loginTimeout_);
+    if (greeting != Greeting::kAnswers) {
+        const bool silent = greeting == Greeting::kIsSilent;
+        Warn(silent ? kNoPrelogin : kNotFound, login.server);
+        throw SqlError({MakeRecord(silent ? kSilent : kRefused), MakeRecord(kLoginTimeout)});
+    }
     session_ = std::make_unique<Session>(directory_, login);
-    dead_ = false;
+    CountLive(Live::kOpenConnection, 1);
     Note("connect", login.database);
-    Warn(kContextChanged, session_->Current());
+    AddInFront({MakeRecord(kContextChanged, session_->Current())});
 }
 
 void Connection::Disconnect() {
     if (!dead_) Count("disconnect");
     Note("disconnect", std::to_string(statements_.size()));
+    if (lostInTransaction_ || (!dead_ && Open().Db().InTransaction())) Fail(kTransactionOpen);
     for (const auto& statement : statements_) statement->StayCounted();
     statements_.clear();
     session_.reset();
     dead_ = false;
+    CountLive(Live::kOpenConnection, -1);
 }
 
 void Connection::Free() {
@@ -132,6 +122,7 @@ void Connection::Count(const char* point) {
         CountCall(directory_, point);
     } catch (const ConnectionDied&) {
         CloseCursors();
+        lostInTransaction_ = session_->IsManual();
         session_.reset();
         dead_ = true;
         throw;
@@ -150,11 +141,18 @@ void Connection::BeginChange(const char* event, const std::string& text) {
 }
 
 void Connection::SetManual(bool manual) {
-    BeginChange(manual ? "manual" : "auto", manual ? Open().Current() : "");
+    if (dead_ && !manual && !lostInTransaction_) return;
+    try {
+        BeginChange(manual ? "manual" : "auto", manual ? Open().Current() : "");
+    } catch (const SqlError&) {
+        if (!manual) lostInTransaction_ = false;
+        throw;
+    }
     Open().SetManual(manual);
 }
 
 void Connection::EndTransaction(const char* how) {
+    if (dead_ && !lostInTransaction_) return;
     BeginChange(how);
     Open().End(how);
 }
@@ -198,7 +196,6 @@ void Statement::Prepare(const char* event, const std::string& sql) {
     Close();
     connection_.Note(event, sql);
     text_ = sql;
-    batch_ = SplitStatements(sql);
 }
 
 SQLRETURN Statement::Execute() {
@@ -222,6 +219,7 @@ SQLRETURN Statement::MoreResults() {
 SQLRETURN Statement::Run() {
     bool changed = true;
     try {
+        if (next_ == 0) ReadBatch();
         while (next_ < batch_.size() && !cursor_) changed = RunOne(batch_[next_++]);
     } catch (const SqlError&) {
         Close();
@@ -231,9 +229,28 @@ SQLRETURN Statement::Run() {
     return changed ? SQL_SUCCESS : SQL_NO_DATA;
 }
 
+void Statement::ReadBatch() {
+    batch_ = SplitStatements(text_);
+    for (const Tokens& tokens : batch_) {
+        for (const Token& token : tokens) {
+            const bool isParameter = token.key == "?";
+            if (isParameter && !parameters_.contains(static_cast<SQLUSMALLINT>(std::stoi(token.text))))
+                Fail(kParameters);
+        }
+    }
+}
+
 void Statement::Close() {
     cursor_.reset();
-    atEnd_ = false;
+    hasFirst_ = atEnd_ = false;
+    next_ = batch_.size();
+    connection_.Release(this);
+}
+
+/// What a failed fetch leaves: the server sends nothing behind an error.
+void Statement::EndRows() {
+    sqlite3_reset(cursor_.get());
+    atEnd_ = true;
     next_ = batch_.size();
     connection_.Release(this);
 }
@@ -259,6 +276,8 @@ bool Statement::RunOne(const Tokens& tokens) {
     int changes = 1;
     if (reads) {
         cursor_ = Compile(rewritten.sql);
+        hasFirst_ = db.Step(cursor_.get());
+        atEnd_ = !hasFirst_;
     } else {
         db.RunAtomically([&] {
             db.Step(Compile(rewritten.sql).get());
@@ -271,19 +290,20 @@ bool Statement::RunOne(const Tokens& tokens) {
 SqliteStmt Statement::Compile(const std::string& sql) {
     SqliteStmt stmt = connection_.Open().Db().Prepare(sql);
     for (int i = 1; i <= sqlite3_bind_parameter_count(stmt.get()); ++i) {
-        const auto found = parameters_.find(static_cast<SQLUSMALLINT>(i));
-        if (found == parameters_.end()) Fail(kParameters);
-        if (const auto text = ReadParameter(found->second)) BindText(stmt.get(), i, *text);
+        const auto text = ReadParameter(parameters_.at(static_cast<SQLUSMALLINT>(i)));
+        if (text) BindText(stmt.get(), i, *text);
     }
     return stmt;
 }
 
 SQLRETURN Statement::Fetch() {
-    if (!cursor_) Fail(kCursor);
     try {
-        atEnd_ = atEnd_ || !connection_.Open().Db().Step(cursor_.get());
+        connection_.Count("fetch");
+        if (!cursor_) Fail(kCursor);
+        const bool isThere = std::exchange(hasFirst_, false);
+        if (!atEnd_ && !isThere) atEnd_ = !connection_.Open().Db().Step(cursor_.get());
     } catch (const SqlError&) {
-        atEnd_ = true;  // the server sends nothing behind an error
+        EndRows();
         throw;
     }
     if (atEnd_) {

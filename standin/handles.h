@@ -14,32 +14,34 @@
 
 namespace standin {
 
-enum class HandleKind { kEnvironment, kConnection, kStatement };
-
-/// What every handle has: its diagnostic records, and its place in the count of live handles. The counts of a
-/// process (environments, connections, statements) lie in the file "handles-<pid>.txt" under SQLSTANDIN_ROOT,
-/// so that a test can watch another process. An environment has nothing else.
+/// What every handle has: its diagnostic records, and its place in the count. An environment has nothing
+/// else.
 class Handle {
 public:
-    explicit Handle(HandleKind kind);
+    explicit Handle(Live kind, std::string driver = "ODBC Driver 18 for SQL Server");
     virtual ~Handle();
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
     const std::vector<DiagRecord>& Records() const { return records_; }
     void ClearRecords() { records_.clear(); }
-    void Warn(const Error& error, std::string_view part = {}) { records_.push_back(MakeRecord(error, part)); }
-    void AddInFront(const std::vector<DiagRecord>& all) {
-        records_.insert(records_.begin(), all.begin(), all.end());
-    }
+    void AddInFront(std::vector<DiagRecord> all);               // and the prefix in front of every text
+    void Warn(const Error& error, std::string_view part = {});  // behind all others
 
+    const std::string& Driver() const { return driver_; }  // its name, as the prefix tells it
     virtual void Free() { delete this; }
 
     /// The handle goes, but its owner never freed it: it stays in the count, so that the leak shows.
     void StayCounted() { staysCounted_ = true; }
 
+protected:
+    void SetDriver(const std::string& driver) { driver_ = driver; }
+
 private:
-    HandleKind kind_;
+    DiagRecord Complete(DiagRecord record) const;
+
+    Live kind_;
+    std::string driver_;
     bool staysCounted_ = false;
     std::vector<DiagRecord> records_;
 };
@@ -51,13 +53,18 @@ public:
     Connection();
     ~Connection() override;
 
+    /// Seconds; 0 for no end. Set before connecting.
+    void SetLoginTimeout(unsigned seconds) { loginTimeout_ = seconds; }
     void Connect(const std::string& connectionString);
-    void Disconnect();
+    void Disconnect();     // @throws SqlError 25000 while a transaction is open
     void Free() override;  // @throws SqlError HY010 while it is connected
     bool IsDead() const { return dead_; }
-    bool IsManual() const { return session_ != nullptr && session_->IsManual(); }
+    bool IsManual() const { return session_ ? session_->IsManual() : lostInTransaction_; }
 
+    /// On a lost connection automatic commit cannot be switched on, but the transaction is given up.
     void SetManual(bool manual);
+
+    /// In automatic mode there is none to end, on a lost connection as well.
     void EndTransaction(const char* how);  // "commit" or "rollback"
 
     /// The session. @throws SqlError 08S01 when the connection is dead, 08003 when there is none.
@@ -82,8 +89,10 @@ private:
     std::unique_ptr<Session> session_;
     std::vector<std::unique_ptr<Statement>> statements_;
     const Statement* busy_ = nullptr;
+    unsigned loginTimeout_ = 15;
     bool dead_ = false;
-    int number_ = 0;  // in the trace
+    bool lostInTransaction_ = false;  // which counts as open until automatic commit is asked for
+    int number_ = 0;                  // in the trace
 };
 
 /// A parameter as SQLBindParameter describes it: UTF-16 text.
@@ -105,14 +114,15 @@ struct ColumnBinding {
 /// MoreResults goes on behind it.
 class Statement : public Handle {
 public:
-    explicit Statement(Connection& connection) : Handle(HandleKind::kStatement), connection_(connection) {}
+    explicit Statement(Connection& connection)
+        : Handle(Live::kStatement, connection.Driver()), connection_(connection) {}
     ~Statement() override { Close(); }
 
     Connection& Owner() { return connection_; }
     const std::string& Text() const { return text_; }
     void Free() override { connection_.FreeStatement(this); }
 
-    /// Takes a batch. @param event  for the trace, which gets it before anything can fail
+    /// Takes a batch, which nobody reads before it is executed. @param event  for the trace
     void Prepare(const char* event, const std::string& sql);
 
     /// Runs the prepared batch. @return SQL_SUCCESS, or SQL_NO_DATA when the last change met no row.
@@ -127,7 +137,9 @@ public:
     int ColumnCount() const { return sqlite3_column_count(cursor_.get()); }
 
 private:
+    void EndRows();
     SQLRETURN Run();
+    void ReadBatch();
     bool RunOne(const Tokens& tokens);
     SqliteStmt Compile(const std::string& sql);
 
@@ -136,7 +148,8 @@ private:
     std::vector<Tokens> batch_;
     std::size_t next_ = 0;  // in the batch
     SqliteStmt cursor_;
-    bool atEnd_ = false;  // of its rows
+    bool hasFirst_ = false;  // its first row has come with the execution
+    bool atEnd_ = false;     // of its rows
     std::map<SQLUSMALLINT, ParameterBinding> parameters_;
     std::map<SQLUSMALLINT, ColumnBinding> columns_;
 };

@@ -28,6 +28,7 @@ SQLRETURN Call(SQLHANDLE raw, Body body) noexcept {
             body(handle);
             return SQL_SUCCESS;
         } catch (const SqlError& error) {
+            if (error.Records().empty()) handle.ClearRecords();
             handle.AddInFront(error.Records());
         } catch (const std::exception& error) {
             handle.AddInFront({MakeRecord(kGeneral, error.what())});
@@ -56,7 +57,7 @@ SQLRETURN GiveText(std::string_view utf8, SQLPOINTER buffer, SQLSMALLINT size, S
 ODBC_ENTRY SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* out) {
     if (kind == SQL_HANDLE_ENV) {
         try {
-            *out = static_cast<Handle*>(new Handle(HandleKind::kEnvironment));
+            *out = static_cast<Handle*>(new Handle(Live::kEnvironment));
             return SQL_SUCCESS;
         } catch (const std::exception&) {
             return SQL_ERROR;
@@ -97,11 +98,13 @@ ODBC_ENTRY SQLEndTran(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT completion) {
     });
 }
 
-/// All attributes but one are time-outs, and nothing here takes time.
 ODBC_ENTRY SQLSetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER value, SQLINTEGER) {
     return Call<Connection>(dbc, [&](Connection& connection) {
-        const bool manual = reinterpret_cast<SQLULEN>(value) == SQL_AUTOCOMMIT_OFF;
-        if (attribute == SQL_ATTR_AUTOCOMMIT) connection.SetManual(manual);
+        const auto number = reinterpret_cast<SQLULEN>(value);
+        if (attribute == SQL_ATTR_LOGIN_TIMEOUT)
+            return connection.SetLoginTimeout(static_cast<unsigned>(number));
+        if (attribute != SQL_ATTR_AUTOCOMMIT) Fail(kNotImplemented);
+        connection.SetManual(number == SQL_AUTOCOMMIT_OFF);
     });
 }
 
@@ -158,10 +161,7 @@ ODBC_ENTRY SQLBindCol(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT cType, SQL
 }
 
 ODBC_ENTRY SQLFetch(SQLHSTMT stmt) {
-    return Call<Statement>(stmt, [](Statement& statement) {
-        statement.Owner().Count("fetch");
-        return statement.Fetch();
-    });
+    return Call<Statement>(stmt, [](Statement& statement) { return statement.Fetch(); });
 }
 
 ODBC_ENTRY SQLMoreResults(SQLHSTMT stmt) {

@@ -23,6 +23,17 @@ std::string FileFor(const std::string& directory, const Login& login) {
     return directory + "/server.db";
 }
 
+/// What Microsoft documents for its driver. Of them only those in Login have an effect.
+constexpr std::string_view kKeywords =
+    ";ADDR;ADDRESS;ANSINPW;APP;APPLICATIONINTENT;ATTACHDBFILENAME;AUTHENTICATION;AUTOTRANSLATE;"
+    "CLIENTCERTIFICATE;CLIENTKEY;COLUMNENCRYPTION;CONNECTRETRYCOUNT;CONNECTRETRYINTERVAL;DATABASE;"
+    "DESCRIPTION;DRIVER;DSN;ENCRYPT;FAILOVER_PARTNER;FAILOVERPARTNERSPN;FILEDSN;GETDATAEXTENSIONS;"
+    "HOSTNAMEINCERTIFICATE;IPADDRESSPREFERENCE;KEEPALIVE;KEEPALIVEINTERVAL;KEYSTOREAUTHENTICATION;"
+    "KEYSTOREPRINCIPALID;KEYSTORESECRET;LANGUAGE;LONGASMAX;MARS_CONNECTION;MULTISUBNETFAILOVER;NET;"
+    "NETWORK;PWD;QUERYLOG_ON;QUERYLOGFILE;QUERYLOGTIME;QUOTEDID;REGIONAL;REPLICATION;RETRYEXEC;SAVEFILE;"
+    "SERVER;SERVERCERTIFICATE;SERVERSPN;STATSLOG_ON;STATSLOGFILE;TRANSPARENTNETWORKIPRESOLUTION;"
+    "TRUSTED_CONNECTION;TRUSTSERVERCERTIFICATE;UID;USEFMTONLY;WSID;";
+
 constexpr char kPartSign = '\x1F';
 
 constexpr const char* kInstall[] = {
@@ -49,22 +60,23 @@ Login ReadConnectionString(const std::string& text) {
     static const std::regex pair(R"(\s*([^=;]+?)\s*=\s*(?:\{((?:[^}]|\}\})*)\}|([^;{]*))\s*(?:;|$))"),
         brace("\\}\\}");
     std::map<std::string, std::string> values;
+    bool hasUnknown = false;
     std::smatch match;
     for (auto at = text.begin(); at != text.end(); at = match[0].second) {
         if (!std::regex_search(at, text.end(), match, pair, std::regex_constants::match_continuous)) {
             Fail(kConnectionString);
         }
-        values.emplace(UpperAscii(match.str(1)), std::regex_replace(match.str(2), brace, "}") + match.str(3));
+        const std::string keyword = UpperAscii(match.str(1));
+        hasUnknown = hasUnknown || kKeywords.find(";" + keyword + ";") == kKeywords.npos;
+        values.emplace(keyword, std::regex_replace(match.str(2), brace, "}") + match.str(3));
     }
-    return {values["DRIVER"], values["SERVER"], values["DATABASE"],
-            values["UID"],    values["PWD"],    values["CONNECTION TIMEOUT"]};
+    return {values["DRIVER"], values["SERVER"], values["DATABASE"], values["UID"], values["PWD"], hasUnknown};
 }
 
 std::string FindServer(const std::string& server) {
     const char* root = std::getenv("SQLSTANDIN_ROOT");
-    std::string directory = std::string(root == nullptr ? "" : root) + "/" + server;
-    if (std::filesystem::exists(directory + "/server.conf")) return directory;
-    throw SqlError({MakeRecord(kLoginTimeout), MakeRecord(kUnreachable, server)});
+    const std::string all = root == nullptr ? "" : root, own = all + "/" + server;
+    return std::filesystem::exists(own + "/server.conf") ? own : all;
 }
 
 Session::Session(const std::string& directory, const Login& login) : db_(FileFor(directory, login)) {

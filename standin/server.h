@@ -12,14 +12,15 @@ namespace standin {
 
 /// What a connection string says; a value that is missing is empty.
 struct Login {
-    std::string driver, server, database, user, password, timeoutSeconds;
+    std::string driver, server, database, user, password;
+    bool hasUnknownKeyword = false;
 };
 
 /// Reads a connection string by ODBC's brace rules; the first of several equal keywords counts.
 /// @throws SqlError 08001 for a string that cannot be read.
 Login ReadConnectionString(const std::string& text);
 
-/// The folder of a server under SQLSTANDIN_ROOT. @throws SqlError HYT00 where there is none.
+/// The folder of a server under SQLSTANDIN_ROOT; of a server that has none, that folder itself.
 std::string FindServer(const std::string& server);
 
 /// One login on one server: a connection to the server's file, the current database and the transaction.

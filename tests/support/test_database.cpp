@@ -21,6 +21,27 @@ std::wstring StandInRoot() {
     return std::filesystem::path(L"Z:" + root).make_preferred().wstring();
 }
 
+struct Live {
+    int environments = 0, connections = 0, statements = 0, openConnections = 0;
+};
+
+// Every process that uses the driver shows its counts in a file.
+Live CountLive(bool forget = false) {
+    Live live;
+    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
+        if (!entry.path().filename().wstring().starts_with(L"handles-")) continue;
+        std::ifstream file(entry.path());
+        for (int* const total :
+             {&live.environments, &live.connections, &live.statements, &live.openConnections}) {
+            int count = 0;
+            if (file >> count) *total += count;
+        }
+        file.close();
+        if (forget) std::filesystem::remove(entry.path());
+    }
+    return live;
+}
+
 // A server folder of this process alone, gone with it.
 struct StandInServer : TestServer {
     StandInServer()
@@ -131,14 +152,10 @@ std::wstring Trace::Told() const {
 }
 
 int LiveHandles(bool forget) {
-    int live = 0;
-    // Every process that uses the driver shows its handles in a file.
-    for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
-        if (!entry.path().filename().wstring().starts_with(L"handles-")) continue;
-        std::ifstream file(entry.path());
-        for (int count = 0; file >> count;) live += count;
-        file.close();
-        if (forget) std::filesystem::remove(entry.path());
-    }
-    return live;
+    const Live live = CountLive(forget);
+    return live.environments + live.connections + live.statements;
+}
+
+int OpenConnections() {
+    return CountLive().openConnections;
 }

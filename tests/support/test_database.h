@@ -96,3 +96,6 @@ std::wstring ToldBy(Action action) {
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
 /// program that was killed leaves its count behind, to be forgotten.
 int LiveHandles(bool forget = false);
+
+/// Connections of these processes that are not disconnected, the lost ones among them.
+int OpenConnections();
