@@ -81,7 +81,7 @@ std::string FindServer(const std::string& server) {
 
 Session::Session(const std::string& directory, const Login& login) : db_(FileFor(directory, login)) {
     // Asked first, so that connecting waits for nobody's transaction.
-    if (!db_.HasTable("~sys")) {
+    if (!db_.HasTable("~databases")) {
         db_.RunAtomically([&] {
             for (const char* sql : kInstall) db_.Run(sql);
         });

@@ -3,12 +3,37 @@
 #include "support/test_database.h"
 #include "support/wide_text.h"
 
-// A disconnection of a handle that is not connected ends in the driver manager: only its caller can show it.
+// What only the caller of the driver manager can show or cause: a disconnection that ends in it because
+// nothing is connected, handles that it does not have, records of any kind.
 static int disconnections;
+static SQLSMALLINT refusedKind;            // of handle
+static std::vector<std::wstring> records;  // instead of the driver's; an empty one cannot be read
+
+template <class Function>
+static Function* Real(Function*, const char* name) {
+    const auto found = GetProcAddress(GetModuleHandleW(L"odbc32.dll"), name);
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
+}
 extern "C" SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
     ++disconnections;
-    const auto real = GetProcAddress(GetModuleHandleW(L"odbc32.dll"), "SQLDisconnect");
-    return reinterpret_cast<decltype(&SQLDisconnect)>(reinterpret_cast<void*>(real))(connection);
+    return Real(SQLDisconnect, "SQLDisconnect")(connection);
+}
+extern "C" SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* handle) {
+    if (kind == refusedKind) return SQL_ERROR;
+    return Real(SQLAllocHandle, "SQLAllocHandle")(kind, parent, handle);
+}
+extern "C" SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT kind, SQLHANDLE handle, SQLSMALLINT number,
+                                            SQLWCHAR* state, SQLINTEGER* native, SQLWCHAR* text,
+                                            SQLSMALLINT units, SQLSMALLINT* length) {
+    if (records.empty())
+        return Real(SQLGetDiagRecW, "SQLGetDiagRecW")(kind, handle, number, state, native, text, units,
+                                                      length);
+    if (number > static_cast<int>(records.size())) return SQL_NO_DATA;
+    const std::wstring& record = records[static_cast<size_t>(number) - 1];
+    if (record.empty()) return SQL_ERROR;
+    text[record.copy(text, static_cast<size_t>(units) - 1)] = state[std::wstring(L"HY000").copy(state, 5)] =
+        0;
+    return SQL_SUCCESS;
 }
 
 // What connecting asks the driver for, the error, how often it disconnected and what it left alive; with a
@@ -25,18 +50,37 @@ static std::wstring Connecting(const wchar_t* driver = nullptr) {
     return told + error + L" " + std::to_wstring(disconnections) + L"/" + std::to_wstring(LiveHandles());
 }
 
-TEST_CASE("every driver is tried in order and the last one's diagnostics are the message") {
+TEST_CASE("every driver is tried in order for its time and the last one's diagnostics are the message") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const std::wstring first = L"attempt ODBC Driver 18 for SQL Server",
                        second = L"attempt ODBC Driver 17 for SQL Server",
                        third = L"attempt SQL Server Native Client 11.0", last = L"attempt SQL Server";
     const auto all = [&](const wchar_t* s) { return first + s + second + s + third + s + last + s; };
     const std::wstring connected = L"connect master\ndisconnect 0\n(nothing) 1/0";
-    {
-        const Faults none("connect\t*\t08001\t17\t没有服务器\t08001\t0\t登录超时\n");
-        const std::wstring error = L"SQL Server 连接失败：08001: 没有服务器 | 08001: 登录超时 1/0";
+    // As the driver manager of this machine sorts them; the driver's own text of a refusal ends in a line
+    // break.
+    const std::wstring by = L"[Microsoft][SQL Server]",
+                       timeout = L"HYT00: " + by + L"Login timeout expired | 08001: ",
+                       keyword = L" | 01S00: " + by + L"Invalid connection string attribute";
+    for (const auto& [faults, diagnostics] :
+         {std::pair("connect\t*\t08001\t17\t没有服务器\n", L"08001: 没有服务器" + keyword),
+          {"connect\t*\t28000\t18456\t登录失败\n", L"28000: 登录失败" + keyword},
+          {"second\t0\nrefuse\tconnect\t*\n",
+           timeout + by + L"TCP Provider: Connection refused. | 08001: " + by +
+               L"A network-related or instance-specific error has occurred while establishing a connection "
+               L"to " +
+               Server().host + L"," + std::to_wstring(Server().port) +
+               L". Server is not found or not accessible. Check if instance name is correct and if SQL "
+               L"Server is "
+               L"configured to allow remote connections. For more information see SQL Server Books Online." +
+               keyword},
+          {"second\t0\nsilent\tconnect\t*\n",
+           timeout + by + L"TCP Provider: Timeout error [258]. | 08001: " + by +
+               L"Unable to complete login process due to delay in prelogin response" + keyword}}) {
+        const Faults none(faults);
+        const std::wstring error = L"SQL Server 连接失败：" + diagnostics + L" 1/0";
         CHECK(Connecting() ==  // disconnected after every attempt and at the end; below at the end alone
-              all(L" 10\n") + L"SQL Server 连接失败：SQL Server：08001: 没有服务器 | 08001: 登录超时 5/0");
+              all(L" 10\n") + L"SQL Server 连接失败：SQL Server：" + diagnostics + L" 5/0");
         CHECK(Connecting(L" ODBC Driver 17 for SQL Server ") == second + L" 5\n" + all(L" 5\n") + error);
         CHECK(Connecting(L" ") == all(L" 5\n") + error);
     }
@@ -48,7 +92,19 @@ TEST_CASE("every driver is tried in order and the last one's diagnostics are the
     CHECK(LiveHandles() == 2);
 }
 
-TEST_CASE("one number is read from a query or at most six records tell why not") {
+TEST_CASE("a handle that cannot be had is told in the words of its side") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    for (const auto& [kind, repairSide, accountSide] :
+         {std::tuple(SQLSMALLINT{SQL_HANDLE_ENV}, L"ODBC 环境初始化失败 0/0", L"ODBC environment failed 0/0"),
+          {SQLSMALLINT{SQL_HANDLE_DBC}, L"ODBC 连接句柄初始化失败 0/0", L"ODBC connection failed 0/0"}}) {
+        refusedKind = kind;
+        CHECK(Connecting() == repairSide);
+        CHECK(Connecting(L"") == accountSide);
+    }
+    refusedKind = 0;
+}
+
+TEST_CASE("one number is read from a query") {
     const TestDatabase database(L"number", {L"CREATE TABLE t (n int, big varchar(50))"});
     const OdbcSession session = database.Open();
     const auto number = [&](const wchar_t* sql) { return QueryInt64(session.Connection(), sql); };
@@ -58,12 +114,20 @@ TEST_CASE("one number is read from a query or at most six records tell why not")
     CHECK((number(largest) == INT64_MAX && number(L"SELECT n FROM t") == 7));
     RunSql(session, {L"INSERT INTO t (n, big) VALUES (8, '9223372036854775808')"});
     CHECK(ErrorOf([&] { number(largest); }).starts_with(L"22003: "));
-    if (!CanInjectFaults()) return;
-    std::string seven = "execute\t1";
-    for (int record = 1; record <= 7; ++record) seven += "\tHY000\t1\t" + std::to_string(record);
-    const Faults faults(seven + "\n");
-    CHECK(ErrorOf([&] { number(largest); }) ==
-          L"HY000: 1 | HY000: 2 | HY000: 3 | HY000: 4 | HY000: 5 | HY000: 6");
+}
+
+TEST_CASE("at most six records are told in one line") {
+    const std::wstring longest(1023, L'x');
+    for (const auto& [driverTells, line] :
+         {std::pair(std::vector<std::wstring>{L"1", L"2\r\n", L"", L"4", L"5", L"6", L"7"},
+                    std::wstring(L"HY000: 1 | HY000: 2 | HY000: 4 | HY000: 5 | HY000: 6")),
+          {{L"a\r\nb\tc \r\n\t d  e.\n"}, L"HY000: a b c d  e."},
+          {{L" \r\n", longest + L"y"}, L"HY000:  | HY000: " + longest},
+          {{L""}, L"ODBC 未返回详细错误"}}) {
+        records = driverTells;
+        CHECK(OdbcDiagnostics(SQL_HANDLE_DBC, SQL_NULL_HANDLE) == line);
+    }
+    records.clear();
 }
 
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
@@ -72,32 +136,61 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
     // The driver has failed to roll back: the server's own statement does.
     const std::wstring byStatement = L"execute IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\nauto \n";
     const std::string cannotEnd = "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n";
+    // It does not disconnect while a transaction is open: the rollback is tried once more.
+    const std::wstring closed = L"disconnect 0\n", triedAgain = closed + L"rollback \nauto \n" + closed;
     struct Row {
         std::string faults;
-        std::wstring end;
+        std::wstring end, closing;
         int n = 2;  // of the update that follows, which commits by itself again
         std::wstring error = L"SQL 事务提交失败";
     };
     for (const Row& row :
-         {Row{"", L"commit \nauto \n", 3, L"(nothing)"}, Row{"", L"rollback \nauto \n", 2, L"any"},
-          Row{"commit\t1\tHY000\t1\tx\n", L"rollback \nauto \n"}, Row{cannotEnd, byStatement},
+         {Row{"", L"commit \nauto \n", closed, 3, L"(nothing)"},
+          Row{"", L"rollback \nauto \n", closed, 2, L"any"},
+          Row{"disconnect\t1\tHY000\t1\tx\n", L"commit \nauto \n", L"rollback \nauto \n" + closed, 3,
+              L"(nothing)"},
+          Row{"commit\t1\tHY000\t1\tx\n", L"rollback \nauto \n", closed}, Row{cannotEnd, byStatement, closed},
           // When nothing can roll back, automatic commit stays off: switching it on would commit.
-          Row{cannotEnd + "execute\t2\tHY000\t1\tx\n", L"", 0},
-          Row{cannotEnd + "statement\t2\tHY000\t1\tx\n", L"", 0}}) {
+          Row{cannotEnd + "execute\t2\tHY000\t1\tx\n", L"", triedAgain, 0},
+          Row{cannotEnd + "statement\t2\tHY000\t1\tx\n", L"", triedAgain, 0},
+          // A driver that has lost the connection lets go of it when it is told to commit automatically.
+          Row{"die\tcommit\t1\n", L"", closed, 0}}) {
         CAPTURE(row.faults);
         database.Run({L"UPDATE t SET n = 0"});
-        {
-            const OdbcSession session = database.Open();
-            const auto work = [&] {
-                ExecuteDirect(session.Connection(), L"UPDATE t SET n = 1", false);
-                if (row.error == L"any") throw RuntimeError("any");
-            };
-            const Faults faults(row.faults);
-            CHECK(ToldBy([&] {
-                      CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); }) == row.error);
-                  }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
-            RunSql(session, {L"UPDATE t SET n = n + 2"});
-        }
+        OdbcSession session = database.Open();
+        const auto work = [&] {
+            ExecuteDirect(session.Connection(), L"UPDATE t SET n = 1", false);
+            if (row.error == L"any") throw RuntimeError("any");
+        };
+        const Faults faults(row.faults);
+        CHECK(ToldBy([&] {
+                  CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); }) == row.error);
+              }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
+        ErrorOf([&] { RunSql(session, {L"UPDATE t SET n = n + 2"}); });
+        CHECK(ToldBy([&] { session.Close(); }) == row.closing);
+        CHECK((LiveHandles() == 0 && OpenConnections() == 0));
         CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.n);
     }
+}
+
+TEST_CASE("a connection that the driver does not give up is left to the end of the process") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const TestDatabase database(L"kept", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (0)"});
+    OdbcSession session = database.Open();
+    const SQLHDBC connection = session.Connection();
+    {
+        const Faults faults("rollback\t1+\tHY000\t1\tx\nexecute\t2+\tHY000\t1\tx\n");
+        const auto work = [&] {
+            ExecuteDirect(connection, L"UPDATE t SET n = 1", false);
+            throw RuntimeError("any");
+        };
+        CHECK(ErrorOf([&] { RunInTransaction(connection, {}, work); }) == L"any");
+        CHECK(ToldBy([&] { session.Close(); }) == L"disconnect 0\ndisconnect 0\n");  // both refused
+    }
+    CHECK((session.Connection() == SQL_NULL_HANDLE && LiveHandles() == 2 && OpenConnections() == 1));
+    CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
+    // What the end of the process does.
+    RollbackTransaction(connection);
+    CHECK(OdbcSucceeded(SQLDisconnect(connection)));
+    CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
 }
