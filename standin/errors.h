@@ -76,7 +76,6 @@ constexpr Error kTransactionOpen{"25000", 0, "Invalid transaction state"};
 constexpr Error kBusy{"HY000", 0, "Connection is busy with results for another command"};
 constexpr Error kGeneral{"HY000", 0, "General error: %"};
 constexpr Error kFaultLine{"HY000", 0, "faults.txt holds a line that cannot be read: %"};
-constexpr Error kSequence{"HY010", 0, "Function sequence error"};
 constexpr Error kNotImplemented{"HYC00", 0, "Optional feature not implemented"};
 
 /// One ODBC diagnostic record; the text is UTF-8, and a handle that gets it puts the prefix in front.

@@ -148,53 +148,40 @@ void Sleep(std::int64_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-void CarryOut(const Fault& fault) {
-    Sleep(fault.sleep);
-    if (fault.kind == Kind::kDie) throw ConnectionDied(fault.records);
-    if (fault.kind == Kind::kFail) throw SqlError(fault.records);
-}
-
 /// The counts and the file that shows them. It goes with the process; a process that is killed leaves it.
-struct HandleCounts {
-    HandleCounts() {
-        const char* root = std::getenv("SQLSTANDIN_ROOT");
-        if (root == nullptr) return;
-        path = std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt";
-        file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    }
-    ~HandleCounts() {
+struct LiveCounts {
+    ~LiveCounts() {
         unlink(path.c_str());
         close(file);
     }
 
+    const char* const root = std::getenv("SQLSTANDIN_ROOT");
+    const std::string path = root ? std::string(root) + "/handles-" + std::to_string(getpid()) + ".txt" : "";
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     std::mutex mutex;
     int counts[4] = {};
-    std::string path;
-    int file = -1;
 };
 
 }  // namespace
 
-void CountCall(const std::string& serverDirectory, const std::string& point) {
-    for (const Fault& fault : MeetFaults(serverDirectory, point).faults) CarryOut(fault);
-}
-
-Greeting CountAttempt(const std::string& serverDirectory, unsigned seconds) {
-    const Plan met = MeetFaults(serverDirectory, "connect");
+Greeting CountCall(const std::string& serverDirectory, const std::string& point, unsigned loginTimeout) {
+    const Plan met = MeetFaults(serverDirectory, point);
     constexpr std::int64_t kNoEnd = std::numeric_limits<int>::max();
-    std::int64_t patience = seconds == 0 ? kNoEnd : std::int64_t{seconds} * met.second;
-    const auto waitFor = [&](Greeting greeting) {
+    std::int64_t patience = loginTimeout == 0 ? kNoEnd : std::int64_t{loginTimeout} * met.second;
+    const auto giveUp = [&](Greeting greeting) {
         Sleep(patience);
         return greeting;
     };
     for (const Fault& fault : met.faults) {
-        if (fault.kind == Kind::kRefuse) return waitFor(Greeting::kRefuses);
-        if (fault.kind == Kind::kSilent || fault.sleep > patience) return waitFor(Greeting::kIsSilent);
-        CarryOut(fault);
+        if (fault.kind == Kind::kRefuse) return giveUp(Greeting::kRefuses);
+        if (fault.kind == Kind::kSilent || fault.sleep > patience) return giveUp(Greeting::kIsSilent);
+        Sleep(fault.sleep);
         patience -= fault.sleep;
+        if (fault.kind == Kind::kDie) throw ConnectionDied(fault.records);
+        if (fault.kind == Kind::kFail) throw SqlError(fault.records);
     }
-    const bool listens = std::filesystem::exists(serverDirectory + "/server.conf");
-    return listens ? Greeting::kAnswers : waitFor(Greeting::kRefuses);
+    const bool listens = point != "connect" || std::filesystem::exists(serverDirectory + "/server.conf");
+    return listens ? Greeting::kAnswers : giveUp(Greeting::kRefuses);
 }
 
 void Trace(const std::string& serverDirectory, int connection, const char* event, const std::string& text) {
@@ -208,7 +195,7 @@ void Trace(const std::string& serverDirectory, int connection, const char* event
 }
 
 void CountLive(Live what, int by) {
-    static HandleCounts all;
+    static LiveCounts all;
     const std::lock_guard lock(all.mutex);
     all.counts[static_cast<int>(what)] += by;
     char text[64];

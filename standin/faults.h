@@ -12,27 +12,24 @@ public:
     using SqlError::SqlError;
 };
 
+/// How a server meets an attempt to connect; a folder without server.conf refuses.
+enum class Greeting { kAnswers, kRefuses, kIsSilent };
+
 /// Counts one call against the server's faults.txt and does what stands there for it. The file is looked at
 /// on every call; whenever it has changed, all counters start anew. Counters belong to the process.
 ///
 ///     POINT   N        STATE  NATIVE  TEXT  [STATE  NATIVE  TEXT ...]     fields are separated by tabs
-///     die     POINT    N  [STATE  NATIVE  TEXT ...]     the connection is lost; by itself with the driver's
-///     words slow    POINT    N  MILLISECONDS refuse  connect  N                                nobody
-///     listens silent  connect  N                                somebody listens who never answers second
-///     MILLISECONDS                              what a second of the login time-out lasts
+///     die     POINT    N  [STATE  NATIVE  TEXT ...]    the connection is lost, as a rule in the driver's
+///     words slow    POINT    N  MILLISECONDS refuse  connect  N                               nobody listens
+///     silent  connect  N                               somebody listens, and never answers
+///     second  MILLISECONDS                             how long a second of the login time-out lasts
 ///
 /// POINT is connect, statement, prepare, bind, execute, fetch, commit, rollback, manual, auto or disconnect.
 /// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
-/// the caller exactly as written, without the driver's prefix. Behind a fetch that fails there are no rows.
+/// the caller exactly as written, without the driver's prefix.
+/// @param loginTimeout  seconds; 0 for no end. Whatever is no answer is told when they are over.
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
-void CountCall(const std::string& serverDirectory, const std::string& point);
-
-/// How a server meets an attempt to connect.
-enum class Greeting { kAnswers, kRefuses, kIsSilent };
-
-/// The same for an attempt to connect; a folder without server.conf refuses. What is no answer comes when the
-/// login time-out is over. @param seconds  of that time-out; 0 for none
-Greeting CountAttempt(const std::string& serverDirectory, unsigned seconds);
+Greeting CountCall(const std::string& serverDirectory, const std::string& point, unsigned loginTimeout = 0);
 
 /// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
 /// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no

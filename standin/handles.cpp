@@ -48,27 +48,10 @@ bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
 
 }  // namespace
 
-Handle::Handle(Live kind, std::string driver) : kind_(kind), driver_(std::move(driver)) {
-    CountLive(kind, 1);
-}
-Handle::~Handle() {
-    if (!staysCounted_) CountLive(kind_, -1);
-}
-
-void Handle::AddInFront(std::vector<DiagRecord> all) {
-    for (DiagRecord& record : all) record = Complete(std::move(record));
-    records_.insert(records_.begin(), all.begin(), all.end());
-}
-
-void Handle::Warn(const Error& error, std::string_view part) {
-    records_.push_back(Complete(MakeRecord(error, part)));
-}
-
-DiagRecord Handle::Complete(DiagRecord record) const {
-    if (record.asWritten) return record;
+std::string Handle::Told(const DiagRecord& record) const {
+    if (record.asWritten) return record.text;
     const bool fromServer = record.native != 0 && !record.state.starts_with("08");
-    record.text.insert(0, "[Microsoft][" + driver_ + (fromServer ? "][SQL Server]" : "]"));
-    return record;
+    return "[Microsoft][" + driver_ + (fromServer ? "][SQL Server]" : "]") + record.text;
 }
 
 Connection::Connection() : Handle(Live::kConnection) {}
@@ -77,12 +60,12 @@ Connection::~Connection() = default;
 void Connection::Connect(const std::string& connectionString) {
     static std::atomic<int> connections = 0;
     const Login login = ReadConnectionString(connectionString);
-    if (!login.driver.empty()) SetDriver(login.driver);
+    if (!login.driver.empty()) driver_ = login.driver;
     if (login.hasUnknownKeyword) Warn(kUnknownKeyword);
     directory_ = FindServer(login.server);
     number_ = ++connections;
     Note("attempt", Driver() + " " + std::to_string(loginTimeout_));
-    const Greeting greeting = CountAttempt(directory_, loginTimeout_);
+    const Greeting greeting = CountCall(directory_, "connect", loginTimeout_);
     if (greeting != Greeting::kAnswers) {
         const bool silent = greeting == Greeting::kIsSilent;
         Warn(silent ? kNoPrelogin : kNotFound, login.server);
@@ -103,11 +86,6 @@ void Connection::Disconnect() {
     session_.reset();
     dead_ = false;
     CountLive(Live::kOpenConnection, -1);
-}
-
-void Connection::Free() {
-    if (session_ != nullptr || dead_) Fail(kSequence);
-    delete this;
 }
 
 Session& Connection::Open() {
@@ -171,10 +149,6 @@ void Connection::Claim(const Statement* statement) {
     busy_ = statement;
 }
 
-void Connection::Release(const Statement* statement) {
-    if (busy_ == statement) busy_ = nullptr;
-}
-
 std::string ReadWide(const SQLWCHAR* text, SQLLEN length) {
     if (text == nullptr) return {};
     const auto* units = reinterpret_cast<const char16_t*>(text);
@@ -192,13 +166,16 @@ bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcep
     return count == text.size();
 }
 
-void Statement::Prepare(const char* event, const std::string& sql) {
+void Statement::Prepare(const std::string& sql) {
+    connection_.Count("prepare");
+    connection_.Note("prepare", sql);
     Close();
-    connection_.Note(event, sql);
     text_ = sql;
 }
 
 SQLRETURN Statement::Execute() {
+    connection_.Count("execute");
+    connection_.Note("execute", text_);
     Close();
     connection_.Claim(this);
     next_ = 0;
@@ -219,7 +196,16 @@ SQLRETURN Statement::MoreResults() {
 SQLRETURN Statement::Run() {
     bool changed = true;
     try {
-        if (next_ == 0) ReadBatch();
+        if (next_ == 0) {
+            batch_ = SplitStatements(text_);
+            SQLUSMALLINT count = 0;
+            const auto isMissing = [&](const Token& t) {
+                return t.key == "?" && !parameters_.contains(++count);
+            };
+            for (const Tokens& tokens : batch_) {
+                if (std::ranges::any_of(tokens, isMissing)) Fail(kParameters);
+            }
+        }
         while (next_ < batch_.size() && !cursor_) changed = RunOne(batch_[next_++]);
     } catch (const SqlError&) {
         Close();
@@ -229,28 +215,9 @@ SQLRETURN Statement::Run() {
     return changed ? SQL_SUCCESS : SQL_NO_DATA;
 }
 
-void Statement::ReadBatch() {
-    batch_ = SplitStatements(text_);
-    for (const Tokens& tokens : batch_) {
-        for (const Token& token : tokens) {
-            const bool isParameter = token.key == "?";
-            if (isParameter && !parameters_.contains(static_cast<SQLUSMALLINT>(std::stoi(token.text))))
-                Fail(kParameters);
-        }
-    }
-}
-
 void Statement::Close() {
     cursor_.reset();
     hasFirst_ = atEnd_ = false;
-    next_ = batch_.size();
-    connection_.Release(this);
-}
-
-/// What a failed fetch leaves: the server sends nothing behind an error.
-void Statement::EndRows() {
-    sqlite3_reset(cursor_.get());
-    atEnd_ = true;
     next_ = batch_.size();
     connection_.Release(this);
 }
@@ -303,11 +270,13 @@ SQLRETURN Statement::Fetch() {
         const bool isThere = std::exchange(hasFirst_, false);
         if (!atEnd_ && !isThere) atEnd_ = !connection_.Open().Db().Step(cursor_.get());
     } catch (const SqlError&) {
-        EndRows();
+        sqlite3_reset(cursor_.get());  // the server sends nothing behind an error
+        atEnd_ = true;
+        next_ = batch_.size();
+        connection_.Release(this);
         throw;
     }
     if (atEnd_) {
-        sqlite3_reset(cursor_.get());
         if (next_ >= batch_.size()) connection_.Release(this);
         return SQL_NO_DATA;
     }

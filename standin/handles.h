@@ -14,34 +14,41 @@
 
 namespace standin {
 
-/// What every handle has: its diagnostic records, and its place in the count. An environment has nothing
-/// else.
+/// What every handle has: its diagnostic records, its place in the count, and the name of the driver that the
+/// caller asked for. An environment has nothing else.
 class Handle {
 public:
-    explicit Handle(Live kind, std::string driver = "ODBC Driver 18 for SQL Server");
-    virtual ~Handle();
+    explicit Handle(Live kind, std::string driver = "ODBC Driver 18 for SQL Server")
+        : driver_(std::move(driver)), kind_(kind) {
+        CountLive(kind, 1);
+    }
+    virtual ~Handle() {
+        if (!staysCounted_) CountLive(kind_, -1);
+    }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
     const std::vector<DiagRecord>& Records() const { return records_; }
     void ClearRecords() { records_.clear(); }
-    void AddInFront(std::vector<DiagRecord> all);               // and the prefix in front of every text
-    void Warn(const Error& error, std::string_view part = {});  // behind all others
+    void Warn(const Error& error, std::string_view part = {}) { records_.push_back(MakeRecord(error, part)); }
+    void AddInFront(const std::vector<DiagRecord>& all) {
+        records_.insert(records_.begin(), all.begin(), all.end());
+    }
 
-    const std::string& Driver() const { return driver_; }  // its name, as the prefix tells it
+    /// A record's text behind the prefix, which names the driver and tells whether the server speaks.
+    std::string Told(const DiagRecord& record) const;
+    const std::string& Driver() const { return driver_; }
+
     virtual void Free() { delete this; }
 
     /// The handle goes, but its owner never freed it: it stays in the count, so that the leak shows.
     void StayCounted() { staysCounted_ = true; }
 
 protected:
-    void SetDriver(const std::string& driver) { driver_ = driver; }
+    std::string driver_;
 
 private:
-    DiagRecord Complete(DiagRecord record) const;
-
     Live kind_;
-    std::string driver_;
     bool staysCounted_ = false;
     std::vector<DiagRecord> records_;
 };
@@ -56,8 +63,7 @@ public:
     /// Seconds; 0 for no end. Set before connecting.
     void SetLoginTimeout(unsigned seconds) { loginTimeout_ = seconds; }
     void Connect(const std::string& connectionString);
-    void Disconnect();     // @throws SqlError 25000 while a transaction is open
-    void Free() override;  // @throws SqlError HY010 while it is connected
+    void Disconnect();  // @throws SqlError 25000 while a transaction is open
     bool IsDead() const { return dead_; }
     bool IsManual() const { return session_ ? session_->IsManual() : lostInTransaction_; }
 
@@ -79,7 +85,7 @@ public:
 
     /// One result at a time: while rows of one are unread, no other can run. @throws SqlError HY000.
     void Claim(const Statement* statement);
-    void Release(const Statement* statement);
+    void Release(const Statement* statement) { busy_ = busy_ == statement ? nullptr : busy_; }
 
 private:
     void CloseCursors();
@@ -119,13 +125,13 @@ public:
     ~Statement() override { Close(); }
 
     Connection& Owner() { return connection_; }
-    const std::string& Text() const { return text_; }
     void Free() override { connection_.FreeStatement(this); }
 
-    /// Takes a batch, which nobody reads before it is executed. @param event  for the trace
-    void Prepare(const char* event, const std::string& sql);
+    /// Takes a batch, which nobody reads before it is executed.
+    void Prepare(const std::string& sql);
+    void SetText(const std::string& sql) { text_ = sql; }
 
-    /// Runs the prepared batch. @return SQL_SUCCESS, or SQL_NO_DATA when the last change met no row.
+    /// Runs the batch. @return SQL_SUCCESS, or SQL_NO_DATA when the last change met no row.
     SQLRETURN Execute();
     SQLRETURN MoreResults();
     SQLRETURN Fetch();
@@ -137,9 +143,7 @@ public:
     int ColumnCount() const { return sqlite3_column_count(cursor_.get()); }
 
 private:
-    void EndRows();
     SQLRETURN Run();
-    void ReadBatch();
     bool RunOne(const Tokens& tokens);
     SqliteStmt Compile(const std::string& sql);
 

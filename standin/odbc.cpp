@@ -119,24 +119,16 @@ ODBC_ENTRY SQLGetConnectAttrW(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER valu
 }
 
 ODBC_ENTRY SQLPrepareW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
-    return Call<Statement>(stmt, [&](Statement& statement) {
-        statement.Owner().Count("prepare");
-        statement.Prepare("prepare", ReadWide(sql, length));
-    });
+    return Call<Statement>(stmt, [&](Statement& statement) { statement.Prepare(ReadWide(sql, length)); });
 }
 
 ODBC_ENTRY SQLExecute(SQLHSTMT stmt) {
-    return Call<Statement>(stmt, [](Statement& statement) {
-        statement.Owner().Count("execute");
-        statement.Owner().Note("execute", statement.Text());
-        return statement.Execute();
-    });
+    return Call<Statement>(stmt, [](Statement& statement) { return statement.Execute(); });
 }
 
 ODBC_ENTRY SQLExecDirectW(SQLHSTMT stmt, SQLWCHAR* sql, SQLINTEGER length) {
     return Call<Statement>(stmt, [&](Statement& statement) {
-        statement.Owner().Count("execute");
-        statement.Prepare("execute", ReadWide(sql, length));
+        statement.SetText(ReadWide(sql, length));
         return statement.Execute();
     });
 }
@@ -182,7 +174,7 @@ ODBC_ENTRY SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE raw, SQLSMALLINT number, SQLWCH
         const DiagRecord& record = handle.Records()[index];
         GiveText(record.state, state, SQL_SQLSTATE_SIZE + 1, nullptr);
         Give<SQLINTEGER>(record.native, native);
-        return GiveText(record.text, text, size, length);
+        return GiveText(handle.Told(record), text, size, length);
     });
 }
 
