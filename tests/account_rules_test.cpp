@@ -27,7 +27,6 @@ TEST_CASE("every word in a name adds its weight once") {
                  L"c") == L"320 320 320 320 140 140 140 80 80 80 80 ");
     CHECK(scores(L"Login Logs 日志x xRecord HistoryRecord AccountHistory T name", L"c") ==
           L"-40 -120 -120 -120 -120 20 0 0 ");
-    CHECK(scores(L"Account", L"FLD_ACCOUNT Name") == L"720 335 ");
     for (const std::wstring& name :
          Words(L"Account accounts accountid accountname useraccount userid user_id username user_name "
                L"loginid login_id loginname login_name fld_account fld_userid fld_username saccount 账号 "

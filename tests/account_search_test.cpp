@@ -20,6 +20,14 @@ static std::wstring Found(const TestDatabase& database, const std::wstring& keyw
     return text.empty() ? error : text;
 }
 
+// A handle that the driver manager cannot allocate: only its caller can show it.
+static SQLSMALLINT refusedHandle = 0;
+extern "C" SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE* handle) {
+    if (type == refusedHandle) return SQL_ERROR;
+    const auto real = GetProcAddress(GetModuleHandleW(L"odbc32.dll"), "SQLAllocHandle");
+    return reinterpret_cast<decltype(&SQLAllocHandle)>(reinterpret_cast<void*>(real))(type, parent, handle);
+}
+
 static QuerySettings Manual(const wchar_t* table, const wchar_t* field, int maxResults = 100) {
     return {L"", L"M2Server.exe", table, field, L"", maxResults};
 }
@@ -28,7 +36,7 @@ TEST_CASE("the best-scored column that holds the keyword is found and searched l
     const TestDatabase database(L"ranking",
                                 {L"CREATE TABLE t (Password varchar(9), Email varchar(9), id int)"});
     CHECK(Found(database, L"ab") == L"没有扫描到可用于账号识别的文本字段");
-    database.Run({L"CREATE TABLE dbo.LoginLog (name varchar(50), Email varchar(50))",
+    database.Run({L"CREATE TABLE dbo.LoginLog (name varchar(50), Email varchar(50), logIn text)",
                   L"INSERT INTO dbo.LoginLog (name, Email) VALUES ('logged', 'mail@only')"});
     CHECK(Found(database, L"ab") == L"没有自动识别到账号表和账号字段；可以临时手填后再查询");
     database.Run({L"CREATE TABLE dbo.TBL_ACCOUNT (FLD_ACCOUNT varchar(300))", L"CREATE SCHEMA game",
@@ -84,18 +92,20 @@ TEST_CASE("a search scans probes and reads on one connection") {
 
 TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    std::wstring columns = L"(c0 varchar(9)";
+    std::wstring columns = L"(c0 varchar(9)", tables;
     for (int i = 1; i < 160; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
-    const TestDatabase database(L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))",
-                                            L"CREATE TABLE plain " + columns + L")",
-                                            L"INSERT INTO plain (c147, c148) VALUES ('last', 'beyond')"});
+    for (int i = 10; i < 90; ++i)  // two columns that score 15, the most below 20
+        tables += L"CREATE TABLE p" + std::to_wstring(i) + L" (name varchar(9), id varchar(9)); ";
+    const TestDatabase database(
+        L"budget", {L"CREATE TABLE t_user (u1 varchar(9), u2 varchar(9))", tables,
+                    L"INSERT INTO p83 (id) VALUES ('last')", L"INSERT INTO p84 (name) VALUES ('beyond')"});
     const auto probes = [&](const wchar_t* keyword, const wchar_t* found) {
         const Trace trace;
         CHECK(Found(database, keyword).starts_with(found));
         return std::ranges::count_if(
             trace.Events(), [](auto& event) { return event.starts_with(L"prepare SELECT TOP (1) "); });
     };
-    CHECK(probes(L"last", L"dbo.plain.c147 last") == 150);
+    CHECK(probes(L"last", L"dbo.p83.id last") == 150);
     CHECK(probes(L"beyond", L"dbo.t_user.u1") == 150);  // a score of 80 is trusted
     // A table whose columns score exactly 20.
     database.Run(
@@ -126,4 +136,25 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     }
     const Faults faults("fetch\t2\tHY000\t1\tx\n");
     CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 1);  // no row twice
+}
+
+TEST_CASE("either side says in its own words which handle it does not get") {
+    const TestDatabase database(L"handles");
+    for (const auto& [type, search, repair] :
+         {std::tuple(SQL_HANDLE_ENV, L"ODBC environment failed", L"ODBC 环境初始化失败"),
+          {SQL_HANDLE_DBC, L"ODBC connection failed", L"ODBC 连接句柄初始化失败"}}) {
+        refusedHandle = static_cast<SQLSMALLINT>(type);
+        CHECK(Found(database, L"ab") == search);
+        CHECK(ErrorOf([] { Connect(L"master"); }) == repair);
+        refusedHandle = 0;
+    }
+}
+
+TEST_CASE("connecting leaves no connection string on the stack") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();  // of what another driver leaves nobody knows
+    const OdbcSession session = Connect(L"master");
+    const auto* const thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
+    const std::wstring_view stack(static_cast<const wchar_t*>(thread->StackLimit),
+                                  static_cast<const wchar_t*>(thread->StackBase));
+    CHECK(stack.find(L"PWD={") == stack.npos);
 }

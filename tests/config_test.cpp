@@ -8,7 +8,7 @@ TEST_CASE("a JSON value is found by its quoted key and an object ends at its own
     using Row = std::pair<const char*, const wchar_t*>;  // and the value as a text and as a number
     for (const auto& [json, values] :
          {Row{"{\"key\" \r\n:\t\v\f\r\n \"Game\"}", L"Game|-1"}, Row{R"({"key":"a\"b"})", L"a\"b|-1"},
-          Row{R"({"key":"a\\","x":"y"})", L"a\\|-1"}, Row{R"({"key2":"a","key":"b"})", L"b|-1"},
+          Row{R"({"key":"a\\","x":"y"})", L"a\\|-1"}, Row{R"({"key2":"a","xkey":"c","key":"b"})", L"b|-1"},
           Row{R"({"x":{"key":"inner"},"key":"b"})", L"inner|-1"},
           Row{R"({"x":"key","y":"wrong","key":"b"})", L"wrong|-1"}, Row{R"({"Key":"a"})", L"|-1"},
           Row{R"({"key":"abc\")", L"|-1"}, Row{R"({"key")", L"|-1"}, Row{R"({"key":"2433"})", L"2433|-1"},
@@ -53,8 +53,9 @@ TEST_CASE("a zone is read from its two files") {
          "\xEF\xBB\xBF[Config]\r\nGameName=\xE5\x8C\xBA\r\nGameDirectory=D:\\G\r\nServerID=s 01",
          L"区|127.0.0.1|1433||||s 01|D:\\G"},
         {R"({"DBInfo":{"sDBName":"G2"}})", "", L"G2|127.0.0.1|1433|G2||||"},
-        {R"({"ServerInfo":{"sDBName":"G","nServerID":1},"DBInfo":{"Dir":"D"}})",  // keys of the wrong object
-         "\xEF\xBB\xBF[Config]\nGameName=\xC7\xE0", L"青龙一区|127.0.0.1|1433||||1|"},
+        {R"({"sDBPsw":"x","ServerInfo":{"sDBIpAddr":"x","nDBPort":1,"sDBName":"x","sDBUser":"x","sDBPsw":"x"},)"
+         R"("DBInfo":{"sServerName":"x","Dir":"x","nServerID":1},"sDBPsw":"x","nDBPort":1})",
+         "\xEF\xBB\xBF[Config]\nGameName=\xC7\xE0", L"青龙一区|127.0.0.1|1433|||||"},  // keys elsewhere
         {"", "[Config]\nGameName=\xC7\xE0\xC1\xFA", L"青龙|127.0.0.1|1433|||||"}};
     for (const auto& [json, ini, expected] : rows) {
         if (expected.starts_with(L"青龙|") && GetACP() != 936) continue;  // an INI file in that code page

@@ -10,7 +10,7 @@ TEST_CASE("the configuration is looked for upward from the image") {
          {TextRow{L"", L""}, TextRow{L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
           TextRow{L"D:\\1\\2\\3\\4\\5\\M2.exe",
                   L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
-          TextRow{L"D:\\1\\2\\3\\Mir200\\M2.exe", L"D:\\1\\2\\3|D:\\1\\2\\3\\Mir200|D:\\1\\2|D:\\1|D:\\|"},
+          TextRow{L"D:\\1\\2/3//Mir200/M2.exe", L"D:\\1\\2/3|D:\\1\\2/3//Mir200|D:\\1\\2|D:\\1|D:\\|"},
           TextRow{L"\\\\pc\\share\\M2.exe", L"\\\\pc\\share|\\\\pc\\|"}}) {
         std::wstring directories;
         for (const std::wstring& directory : ConfigDirectoryCandidates(row.in))

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "id_repair/batch_repair.h"
 #include "id_repair/new_ids.h"
 #include "id_repair/role_analysis.h"
@@ -49,7 +51,10 @@ TEST_CASE("duplicates are found by ascending ID and new IDs continue after the l
     const auto [roles, guilds] = zones.Plan();
     REQUIRE(roles.size() + guilds.size() == 5);
     CHECK(roles[0].newId + roles[1].newId + roles[2].newId == L"100235100236100237");
-    CHECK((guilds[0].newId.size() == 38 && guilds[0].newId != guilds[1].newId));
+    const std::wregex guid(LR"(\{[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\})");
+    CHECK((std::regex_match(guilds[0].newId, guid) && guilds[0].newId != guilds[1].newId));
+    RunSql(Connect(zones.Third()), {L"UPDATE TBL_CHARACTER SET FLD_USERID = '9223372036854775807'"});
+    CHECK(zones.Plan().roles.at(2).newId == L"9223372036854775810");
 }
 
 TEST_CASE("a character's ID is cut to 50 units and then trimmed and a guild's kept exactly") {
@@ -192,7 +197,6 @@ TEST_CASE("a repair of rows that have changed since is refused and leaves everyt
                        noGuild = L"事务内复核失败，行会旧 ID 记录数不是 1：{BBBB}";
     for (const auto& [change, error] :
          {std::pair(L"UPDATE TBL_CHARACTER SET FLD_USERID = '5' WHERE n = 1", noRole),
-          {L"DELETE FROM TBL_CHARACTER WHERE n = 1", noRole},
           {L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (10, '1001')", noRole},
           {L"DELETE FROM TBL_GUILD_INFO WHERE n = 2", noGuild},
           {L"INSERT INTO TBL_GUILD_INFO (n, sGuildID) VALUES (10, N'{bbbb}')", noGuild},

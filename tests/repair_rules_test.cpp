@@ -3,7 +3,6 @@
 
 #include "discovery/files.h"
 #include "id_repair/repair_form.h"
-#include "id_repair/repair_texts.h"
 #include "id_repair/role_id.h"
 #include "id_repair/role_repair.h"
 #include "support/wide_text.h"
@@ -78,10 +77,6 @@ TEST_CASE("the statements of the repair name what they read in brackets and as l
     CHECK(CountHitsSql({L"合区", L"log", L"T", L"c"}, L"a'b") == count + L"[合区].[log].[T]" + holding);
     CHECK(ReplaceIdSql({L"合区", L"log", L"T", L"c"}, L"a'b", L"n'1") ==
           L"UPDATE [合区].[log].[T] SET [c] = N'n''1'" + holding);
-}
-
-TEST_CASE("a finished repair names both IDs and the database") {
-    CHECK(RepairDone(L"A", L"1", L"9") == L"修复完成：1 已在 A 改为 9。");
 }
 
 TEST_CASE("only the repair holds a statement that writes to a database") {

@@ -27,6 +27,17 @@ static void Repair(const RepairDesk& story, int button, const std::wstring& ques
     CHECK(desk::ComboSelection(story.Child(kTargetCombo)) == 0);
 }
 
+static void RepairAll(const RepairDesk& story, const std::wstring& target, const std::wstring& roles,
+                      const std::wstring& guilds, const std::wstring& hits, const std::wstring& detected) {
+    Repair(story, kRepairAllButton,
+           L"确认批量修复全部重复 ID|即将批量修复全部重复角色和行会 ID。\n\n目标库：" + target +
+               L"\n重复角色数量：" + roles + L"\n重复行会数量：" + guilds + L"\n关联字段命中行数：" + hits +
+               L"\n\n每个旧角色 ID 会生成新的数字 ID，每个旧行会 ID 会生成新的 GUID，\n"
+               L"并在目标库的主表及关联字段中同步替换。\n"
+               L"此操作会写入数据库，建议已停止对应 M2 并完成备份。\n\n确认继续吗？",
+           L"批量修复完成|批量修复完成，事务已提交。程序将重新检测两个库。", detected);
+}
+
 TEST_CASE("lists and boxes follow every detection selection and analysis") {
     const RepairDesk story;
     const HWND roles = story.Child(kRoleList), guilds = story.Child(kGuildList);
@@ -71,15 +82,70 @@ TEST_CASE("lists and boxes follow every detection selection and analysis") {
     story.Detect();
     CHECK(shown() == L",,0," + Detected(L"3", L"2"));
     CHECK((desk::ComboSelection(target) == 0 && desk::ComboItems(target).size() == 2));
-    if (!CanInjectFaults()) return;
-    // Half a detection: the rows of before stand for nothing any more.
-    const Faults second("execute\t2\tHY000\t1\tx\n");
-    desk::SetText(story.Child(kDatabaseBEdit), story.zones.Third());
-    story.Press(kDetectButton);
+}
+
+TEST_CASE("what has changed on the server since it was shown is refused and left as it is") {
+    const RepairDesk story;
+    const std::wstring &a = story.zones.A(), &b = story.zones.B(), ofAnalysis = L"分析失败：",
+                       one = L"修复失败，已尝试回滚：", all = L"批量修复失败，已尝试回滚：",
+                       now = L"这个 ID 必须在两个库的 TBL_CHARACTER 中各有且只有一条记录";
+    for (const auto& [zone, row, changed, back] : {std::tuple(a, L"1", L"'5'", L"'1001'"),
+                                                   {b, L"7", L"'1001'", L"'3001'"},
+                                                   {b, L"1", L"NULL", L"'1001'"}}) {
+        const std::wstring set = L"UPDATE TBL_CHARACTER SET FLD_USERID = ", where = L" WHERE n = ";
+        // The change comes before the button is pressed, or between the question and its answer.
+        for (const auto& [button, asks, status] :
+             {std::tuple(kAnalyzeButton, false, ofAnalysis + now),
+              {kRepairButton, false, one + now},
+              {kRepairAllButton, false, all + L"重复 ID 在两个库中不再各有且只有一条主表记录：1001"},
+              {kRepairButton, true, one + L"事务内复核失败：目标库旧 ID 不再是唯一一条记录"},
+              {kRepairAllButton, true, all + L"事务内复核失败，角色旧 ID 记录数不是 1：1001"}}) {
+            if (asks && zone == a) continue;  // only the target matters then
+            story.DetectAndSelect();
+            desk::SetText(story.Child(kNewIdEdit), L"200001");
+            const auto question = asks ? story.PressForBox(button) : desk::MessageBoxView();
+            RunSql(Connect(zone), {set + changed + where + row});
+            const AllContents before = story.zones.Contents();
+            asks ? desk::Answer(question, IDYES) : story.Press(button);
+            story.WaitForStatus(status);
+            CHECK((story.Off().empty() && story.zones.Contents() == before));
+            RunSql(Connect(zone), {set + back + where + row});
+        }
+    }
+}
+
+TEST_CASE("after half a detection the questions name what is stored and only that is repaired") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const RepairDesk story;
+    const HWND roles = story.Child(kRoleList), databaseB = story.Child(kDatabaseBEdit);
+    const std::wstring &b = story.zones.B(), &third = story.zones.Third();
+    RunSql(Connect(third), {L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (2, '1002')"});
+    const AllContents before = story.zones.Contents();
+    story.Detect();
+    desk::SetText(databaseB, third);
+    {
+        const Faults noGuilds("execute\t2\tHY000\t1\tx\n");
+        story.Press(kDetectButton);
+    }
     CHECK(story.Status() == L"检测失败：HY000: x");
     desk::SelectListRow(roles, 1);
-    story.Press(kAnalyzeButton);
-    CHECK(shown() == L",,0,请先在重复列表中选择一个角色。");
+    story.Press(kRepairButton);
+    CHECK(story.Status() == L"请先在重复列表中选择一个角色。");
+    desk::SelectListRow(roles, 0);
+    CHECK(desk::ListRows(roles).at(0).at(0) + story.Text(kSelectedIdEdit) == L"00121002");
+    desk::ChooseComboItem(story.Child(kTargetCombo), 1);
+    desk::SetText(story.Child(kNewIdEdit), L"200001");
+    const desk::MessageBoxView question = story.PressForBox(kRepairButton);
+    CHECK(question.text.starts_with(L"即将修改数据库：" + third +
+                                    L"\n旧 ID：1002\n新 ID：200001\n关联字段：1 个，预计更新 1 行。"));
+    desk::Answer(question, IDNO);
+    story.WaitForStatus(L"已取消修复，数据库未修改。");
+    CHECK(story.zones.Contents() == before);
+    // The guilds are those of the detection before; a duplicate that no detection has found stays.
+    desk::SetText(databaseB, b);
+    RunSql(Connect(b), {L"UPDATE TBL_CHARACTER SET FLD_USERID = '12' WHERE n = 7"});
+    RepairAll(story, b, L"1", L"2", L"9", Detected(L"3", L"0"));
+    CHECK(Difference(before.b, ContentOf(b)).size() == 10);
 }
 
 TEST_CASE("one ID is repaired after a question and then everything is detected again") {
@@ -93,16 +159,16 @@ TEST_CASE("one ID is repaired after a question and then everything is detected a
         story.Press(kRepairButton);
         CHECK(story.Status().starts_with(std::wstring(L"修复失败，已尝试回滚：") + refused));
     }
-    desk::SetText(story.Child(kNewIdEdit), L"200001");
+    desk::SetText(story.Child(kNewIdEdit), L"2001");
     Repair(story, kRepairButton,
            L"确认修复角色唯一 ID|即将修改数据库：" + story.zones.B() +
-               L"\n旧 ID：1001\n新 ID：200001\n关联字段：12 个，预计更新 13 "
+               L"\n旧 ID：1001\n新 ID：2001\n关联字段：12 个，预计更新 13 "
                L"行。\n\n此操作会写入数据库，确认继续吗？",
            L"修复完成|修复完成，事务已提交。建议重新检测两个数据库确认重复 ID 已消失。",
            Detected(L"2", L"2"));
     const Content changed = Difference(before.b, story.zones.Contents().b);
     CHECK(changed.size() == 13);
-    for (const auto& [cell, value] : changed) CHECK(Trim(before.b.at(cell)) + Trim(value) == L"1001200001");
+    for (const auto& [cell, value] : changed) CHECK(Trim(before.b.at(cell)) + Trim(value) == L"10012001");
 }
 
 TEST_CASE("all IDs are repaired after a question also when there are only characters or only guilds") {
@@ -113,14 +179,8 @@ TEST_CASE("all IDs are repaired after a question also when there are only charac
         story.Detect();
         CHECK(story.Status() == Detected(roles, guilds));
         desk::ChooseComboItem(story.Child(kTargetCombo), target);
-        Repair(story, kRepairAllButton,
-               L"确认批量修复全部重复 ID|即将批量修复全部重复角色和行会 ID。\n\n目标库：" +
-                   (target == 1 ? story.zones.B() : story.zones.A()) + L"\n重复角色数量：" + roles +
-                   L"\n重复行会数量：" + guilds + L"\n关联字段命中行数：" + hits +
-                   L"\n\n每个旧角色 ID 会生成新的数字 ID，每个旧行会 ID 会生成新的 GUID，\n"
-                   L"并在目标库的主表及关联字段中同步替换。\n"
-                   L"此操作会写入数据库，建议已停止对应 M2 并完成备份。\n\n确认继续吗？",
-               L"批量修复完成|批量修复完成，事务已提交。程序将重新检测两个库。", Detected(L"0", L"0"));
+        RepairAll(story, target == 1 ? story.zones.B() : story.zones.A(), roles, guilds, hits,
+                  Detected(L"0", L"0"));
     };
     RunSql(a, {L"UPDATE TBL_GUILD_INFO SET sGuildName = sGuildID, sGuildID = NULL"});
     repair(L"3", L"0", 1, L"21");
@@ -218,10 +278,7 @@ TEST_CASE("what the server refuses inside a repair reaches the status line and c
           {kRepairButton,
            L"CREATE TABLE b (n int, UserID varchar(9) PRIMARY KEY); INSERT INTO b (n, UserID) VALUES (1, "
            L"'1001'), (2, '200001')",
-           L"修复失败，已尝试回滚：23000: "},
-          {kRepairButton,
-           L"CREATE TABLE a (n int, UserID varchar(4)); INSERT INTO a (n, UserID) VALUES (1, '1001')",
-           L"修复失败，已尝试回滚：22001: "}}) {
+           L"修复失败，已尝试回滚：23000: "}}) {
         RunSql(Connect(story.zones.B()), {sql});
         const AllContents before = story.zones.Contents();
         story.DetectAndSelect();

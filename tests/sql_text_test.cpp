@@ -7,8 +7,8 @@
 
 TEST_CASE("a connection string has every value in braces and cut at a U+0000") {
     const std::wstring tail = L";Encrypt=no;TrustServerCertificate=yes;Connection Timeout=";
-    CHECK(BuildConnectionString(L"SQL Server", {L"10.0.0.5", 2433, L"sa", L"p w", L"G", L"ignored"}, 5) ==
-          L"DRIVER={SQL Server};SERVER={10.0.0.5,2433};DATABASE={G};UID={sa};PWD={p w}" + tail + L"5;");
+    CHECK(BuildConnectionString(L"SQL Server", {L"10.0.0.5", 1, L"sa", L"p w", L"G", L"ignored"}, 5) ==
+          L"DRIVER={SQL Server};SERVER={10.0.0.5,1};DATABASE={G};UID={sa};PWD={p w}" + tail + L"5;");
     for (const int noPort : {0, -1}) {
         CHECK(BuildConnectionString(L"d}", {L"h}{", noPort, L"};UID=sa", L"}}';", L"a}b", L""}, 10) ==
               L"DRIVER={d}}};SERVER={h}}{};DATABASE={a}}b};UID={}};UID=sa};PWD={}}}}';}" + tail + L"10;");
