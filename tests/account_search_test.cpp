@@ -20,14 +20,6 @@ static std::wstring Found(const TestDatabase& database, const std::wstring& keyw
     return text.empty() ? error : text;
 }
 
-// A handle that the driver manager cannot allocate: only its caller can show it.
-static SQLSMALLINT refusedHandle = 0;
-extern "C" SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT type, SQLHANDLE parent, SQLHANDLE* handle) {
-    if (type == refusedHandle) return SQL_ERROR;
-    const auto real = GetProcAddress(GetModuleHandleW(L"odbc32.dll"), "SQLAllocHandle");
-    return reinterpret_cast<decltype(&SQLAllocHandle)>(reinterpret_cast<void*>(real))(type, parent, handle);
-}
-
 static QuerySettings Manual(const wchar_t* table, const wchar_t* field, int maxResults = 100) {
     return {L"", L"M2Server.exe", table, field, L"", maxResults};
 }
@@ -136,18 +128,6 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     }
     const Faults faults("fetch\t2\tHY000\t1\tx\n");
     CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 1);  // no row twice
-}
-
-TEST_CASE("either side says in its own words which handle it does not get") {
-    const TestDatabase database(L"handles");
-    for (const auto& [type, search, repair] :
-         {std::tuple(SQL_HANDLE_ENV, L"ODBC environment failed", L"ODBC 环境初始化失败"),
-          {SQL_HANDLE_DBC, L"ODBC connection failed", L"ODBC 连接句柄初始化失败"}}) {
-        refusedHandle = static_cast<SQLSMALLINT>(type);
-        CHECK(Found(database, L"ab") == search);
-        CHECK(ErrorOf([] { Connect(L"master"); }) == repair);
-        refusedHandle = 0;
-    }
 }
 
 TEST_CASE("connecting leaves no connection string on the stack") {
