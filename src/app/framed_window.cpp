@@ -8,6 +8,7 @@
 #include <exception>
 
 #include "app/caption.h"
+#include "app/controls.h"
 #include "app/list_copy.h"
 #include "app/resource.h"
 
@@ -16,6 +17,9 @@ namespace {
 constexpr wchar_t kTitle[] = L"Velkor版合区ID重复查询工具";
 constexpr DWORD kStyle =
     WS_POPUP | WS_CLIPCHILDREN | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
+
+constexpr wchar_t kCopyFailed[] = L"复制失败：剪贴板正被其他程序占用或内存不足，请稍后再试。";
+constexpr wchar_t kCopied[] = L"已复制到剪贴板。";
 
 }  // namespace
 
@@ -171,12 +175,16 @@ void FramedWindow::OnNotification(const NMHDR& header) {
     const bool copies = header.code == LVN_KEYDOWN &&
                         reinterpret_cast<const NMLVKEYDOWN&>(header).wVKey == 'C' &&
                         GetKeyState(VK_CONTROL) < 0;
-    if (copies && GetKeyState(VK_SHIFT) < 0) {
-        CopyAllRows(header.hwndFrom);
-    } else if (copies) {
-        CopySelectedRow(header.hwndFrom);
-    } else {
-        OnNotify(header);
+    if (!copies) return OnNotify(header);
+    TellCopy(GetKeyState(VK_SHIFT) < 0 ? CopyAllRows(header.hwndFrom) : CopySelectedRow(header.hwndFrom));
+}
+
+// Whoever pastes sees that a copy worked; only a failure that is still told has to be taken back.
+void FramedWindow::TellCopy(CopyResult result) {
+    if (result == CopyResult::Failed) {
+        ShowStatus(kCopyFailed);
+    } else if (result == CopyResult::Copied && ControlText(Control(statusControl_)) == kCopyFailed) {
+        ShowStatus(kCopied);
     }
 }
 

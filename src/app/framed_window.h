@@ -6,12 +6,14 @@
 #include <optional>
 
 #include "app/frame_paint.h"
+#include "app/list_copy.h"
 #include "app/status_line.h"
 #include "app/taskbar_progress.h"
 
 /// A top-level window with the painted frame that both windows of the program share: a caption strip that
 /// moves the window and holds three glyphs, a banner, a section heading. It answers the frame's messages
-/// itself and hands the others to the functions below, which run on the one user-interface thread.
+/// itself, copies rows of its lists on Ctrl+C and Ctrl+Shift+C, and hands the others to the functions below,
+/// which run on the one user-interface thread.
 ///
 /// The object is attached at WM_NCCREATE and detached at WM_NCDESTROY. Whoever creates it keeps a shared
 /// pointer at least until OnDetached; a message that is being handled keeps the object alive by itself, so a
@@ -67,6 +69,7 @@ private:
     LRESULT OnColourLabel(HDC dc, HWND control);
     void OnWindowCreated();
     void OnNotification(const NMHDR& header);
+    void TellCopy(CopyResult result);
     void OnSize(WPARAM kind);
     void ToggleMaximized();
 

@@ -97,28 +97,29 @@ bool OpenForOwner(HWND owner) noexcept {
     return false;
 }
 
-void PutOnClipboard(HWND owner, const std::wstring& text) {
+CopyResult PutOnClipboard(HWND owner, const std::wstring& text) {
     const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    // What can fail comes before the old content goes.
     Owner<GlobalMemoryTrait> memory(GlobalAlloc(GMEM_MOVEABLE, bytes));
     void* const target = memory ? GlobalLock(memory.Get()) : nullptr;
-    if (!target) return;
+    if (!target) return CopyResult::Failed;
     std::memcpy(target, text.c_str(), bytes);
     GlobalUnlock(memory.Get());
-    if (!OpenForOwner(owner)) return;
-    EmptyClipboard();
-    // On success the memory belongs to the clipboard.
-    if (SetClipboardData(CF_UNICODETEXT, memory.Get())) memory.Release();
+    if (!OpenForOwner(owner)) return CopyResult::Failed;
+    const bool copied = EmptyClipboard() && SetClipboardData(CF_UNICODETEXT, memory.Get());
+    if (copied) memory.Release();  // it belongs to the clipboard
     CloseClipboard();
+    return copied ? CopyResult::Copied : CopyResult::Failed;
 }
 
 }  // namespace
 
-void CopySelectedRow(HWND list) {
+CopyResult CopySelectedRow(HWND list) {
     const int row = ListView_GetNextItem(list, -1, LVNI_SELECTED);
-    if (row >= 0) PutOnClipboard(list, RowText(list, row));
+    return row < 0 ? CopyResult::NothingToCopy : PutOnClipboard(list, RowText(list, row));
 }
 
-void CopyAllRows(HWND list) {
+CopyResult CopyAllRows(HWND list) {
     const int rows = ListView_GetItemCount(list);
-    if (rows > 0) PutOnClipboard(list, TableText(list, rows));
+    return rows < 1 ? CopyResult::NothingToCopy : PutOnClipboard(list, TableText(list, rows));
 }

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "account_query/query_window.h"
+#include "support/desk_fixture.h"
+
+// after windows.h, which it needs
+#include <commctrl.h>
+
+/// Both windows of the program inside this process, where their pictures, classes and calls can be read. By
+/// default no server runs under the name that they look for.
+struct Windows {
+    TempDirectory place;
+    TaskbarProgress taskbar;
+    std::shared_ptr<QueryWindow> object;
+    HWND query = nullptr, repair = nullptr;
+
+    explicit Windows(const std::wstring& folder = L"folder",
+                     const std::string& settings = "M2ProcessName=nobody.exe\nAccountField=F\n") {
+        place.Write(folder + L"\\QuerySettings.ini", "[Query]\n" + settings);
+        std::filesystem::current_path(place.At(folder));
+        object = QueryWindow::Open(GetModuleHandleW(nullptr), SW_SHOW, taskbar);
+        std::filesystem::current_path(std::filesystem::temp_directory_path());
+        REQUIRE(object);
+        query = object->Handle();
+        desk::Press(desk::Child(query, kRepairToolButton));
+        repair = desk::WaitForTopWindow(GetCurrentProcessId(), L"RoleIdRepairWindow");
+    }
+    ~Windows() { DestroyWindow(query); }
+    /// A control of either window: their IDs differ.
+    HWND Child(int id) const { return desk::Child(id < kServerEdit ? query : repair, id); }
+    void SetText(int id, const std::wstring& text) const { desk::SetText(Child(id), text); }
+};
