@@ -141,11 +141,12 @@ TEST_CASE("after half a detection the questions name what is stored and only tha
     desk::Answer(question, IDNO);
     story.WaitForStatus(L"已取消修复，数据库未修改。");
     CHECK(story.zones.Contents() == before);
-    // The guilds are those of the detection before; a duplicate that no detection has found stays.
+    // The guilds are those of the detection before; duplicates that no detection has found stay.
     desk::SetText(databaseB, b);
-    RunSql(Connect(b), {L"UPDATE TBL_CHARACTER SET FLD_USERID = '12' WHERE n = 7"});
-    RepairAll(story, b, L"1", L"2", L"9", Detected(L"3", L"0"));
-    CHECK(Difference(before.b, ContentOf(b)).size() == 10);
+    RunSql(Connect(story.zones.A()), {L"UPDATE TBL_CHARACTER SET FLD_USERID = '12x' WHERE n = 5",
+                                      L"UPDATE TBL_GUILD_INFO SET sGuildID = N'{ONLY-B}' WHERE n = 3"});
+    RepairAll(story, b, L"1", L"2", L"9", Detected(L"3", L"1"));
+    CHECK(Difference(before.b, ContentOf(b)).size() == 9);
 }
 
 TEST_CASE("one ID is repaired after a question and then everything is detected again") {
