@@ -49,7 +49,6 @@ TEST_CASE("the statements of the account query and what goes into them") {
     CHECK(ContainsPattern(L"a\\b%c_d[e]f^-'") == L"%a\\\\b\\%c\\_d\\[e\\]f^-'%");
     const AccountSource named = {L"", L"dbo.Account", L"Name"}, odd = {L"dbo", L"a b", L"c d"};
     CHECK(QualifiedAccountTable(named) + QuotedAccountColumn(named) == L"[dbo].[Account][Name]");
-    CHECK(QualifiedAccountTable({L"game", L"T", L""}) == L"[game].[T]");
     CHECK(ErrorOf([&] { QualifiedAccountTable(odd); }) == L"账号表名包含不允许的字符");
     CHECK(ErrorOf([&] { QuotedAccountColumn(odd); }) == L"账号字段名包含不允许的字符");
 }
