@@ -29,7 +29,7 @@ static std::wstring Copied(HWND list, BYTE control, BYTE shift, int until = 0) {
 TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old clipboard stays") {
     const TestDatabase a(L"A"), b(L"B");
     std::wstring values, accounts, guilds, roles;
-    for (int i = 100'000; i < 100'600; ++i) {
+    for (unsigned i = 100'000; i < 100'600; ++i) {
         const std::wstring id = std::to_wstring(i), name = id.substr(i % 6);
         values += (i > 100'000 ? L", ('" : L"('") + id + L"', '" + name + L"')";
         if (i < 100'500) accounts += L"一区\t" + a.Name() + L"\t" + MaskAccountName(id) + L"\r\n";
