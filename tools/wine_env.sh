@@ -13,6 +13,14 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # build_dir comes from common.sh
 
+# Wine needs a fixed address that a randomised heap takes once in about 8,000 starts: the program then ends without a
+# word. So the script that sources this file begins again without randomised addresses, which all its children inherit;
+# where that is forbidden, as in some containers, it goes on as it is.
+if [[ -z ${ADDRESSES_ARE_FIXED:-} ]] && setarch -R true 2>/dev/null; then
+    export ADDRESSES_ARE_FIXED=yes
+    exec setarch -R "$BASH" "${BASH_SOURCE[-1]}" "$@"
+fi
+
 wine=/usr/lib/wine/wine64
 wine_server=/usr/lib/wine/wineserver
 wine_is_open=
@@ -98,7 +106,9 @@ open_wine() {
         flock 9
     fi
 
-    export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
+    # Without its debugger, a program that crashes ends at once instead of asking on the display what to do.
+    export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all
+    export WINEDLLOVERRIDES='mscoree,mshtml=;winedbg.exe=d'
     # On a machine where this script has just made that locale, the shell itself still believes that it is missing,
     # and says so. The programs that it starts find it.
     { export LC_ALL=zh_CN.UTF-8; } 2>/dev/null

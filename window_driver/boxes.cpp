@@ -1,25 +1,13 @@
 #include "window_driver.h"
 
 #include <algorithm>
-#include <utility>
+
+#include "failure.h"
 
 namespace desk {
 namespace {
 
 constexpr wchar_t kMessageBoxClass[] = L"#32770";
-
-BOOL CALLBACK OnOwnedWindow(HWND window, LPARAM parameter) noexcept {
-    auto& search = *reinterpret_cast<std::pair<HWND, HWND>*>(parameter);  // owner, found
-    if (GetWindow(window, GW_OWNER) != search.first || !IsWindowVisible(window)) return TRUE;
-    if (ClassName(window) != kMessageBoxClass) return TRUE;
-    search.second = window;
-    return FALSE;
-}
-
-BOOL CALLBACK OnChild(HWND window, LPARAM parameter) noexcept {
-    reinterpret_cast<std::vector<HWND>*>(parameter)->push_back(window);
-    return TRUE;
-}
 
 /// Reads the parts of a box. The text is distinguished from the icon by its style: the control IDs are not
 /// documented.
@@ -28,7 +16,9 @@ MessageBoxView ReadMessageBox(HWND window) {
     box.window = window;
     box.title = Text(window);
     std::vector<HWND> children;
-    EnumChildWindows(window, OnChild, reinterpret_cast<LPARAM>(&children));
+    for (HWND child = nullptr; (child = FindWindowExW(window, child, nullptr, nullptr)) != nullptr;) {
+        children.push_back(child);
+    }
     std::sort(children.begin(), children.end(),
               [](HWND a, HWND b) { return ScreenRect(a).left < ScreenRect(b).left; });
     for (HWND child : children) {
@@ -50,18 +40,11 @@ MessageBoxView ReadMessageBox(HWND window) {
 
 /// The box owned by a window; `window` is null when there is none.
 MessageBoxView FindMessageBox(HWND owner) {
-    std::pair<HWND, HWND> search{owner, nullptr};
-    EnumWindows(OnOwnedWindow, reinterpret_cast<LPARAM>(&search));
-    return search.second ? ReadMessageBox(search.second) : MessageBoxView{};
-}
-
-bool GoesAway(const MessageBoxView& box, Milliseconds timeout) {
-    try {
-        WaitUntilGone(box.window, timeout);
-        return true;
-    } catch (const DeskError&) {
-        return false;
-    }
+    HWND box = nullptr;
+    do {
+        box = FindWindowExW(nullptr, box, kMessageBoxClass, nullptr);
+    } while (box && (GetWindow(box, GW_OWNER) != owner || !IsWindowVisible(box)));
+    return box ? ReadMessageBox(box) : MessageBoxView{};
 }
 
 }  // namespace
@@ -69,7 +52,7 @@ bool GoesAway(const MessageBoxView& box, Milliseconds timeout) {
 MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout) {
     MessageBoxView box;
     WaitUntil(
-        "a message box",
+        "a message box over " + Describe(owner),
         [&] {
             box = FindMessageBox(owner);
             return box.window && !box.buttons.empty();
@@ -86,12 +69,12 @@ void Answer(const MessageBoxView& box, int buttonId) {
 bool AnswerByKey(const MessageBoxView& box, WORD virtualKey, Milliseconds timeout) {
     BringToFront(box.window);
     TapKey(virtualKey);
-    return GoesAway(box, timeout);
+    return HappensWithin(timeout, [&] { return !IsWindow(box.window); });
 }
 
 bool AnswerByCloseBox(const MessageBoxView& box, Milliseconds timeout) {
     Close(box.window);
-    return GoesAway(box, timeout);
+    return HappensWithin(timeout, [&] { return !IsWindow(box.window); });
 }
 
 }  // namespace desk

@@ -2,6 +2,8 @@
 
 #include <thread>
 
+#include "failure.h"
+
 namespace desk {
 namespace {
 
@@ -10,7 +12,7 @@ constexpr Milliseconds kInputPause{30};
 void SendInputs(std::vector<INPUT> inputs) {
     const auto count = static_cast<UINT>(inputs.size());
     if (SendInput(count, inputs.data(), static_cast<int>(sizeof(INPUT))) != count) {
-        throw DeskError("the system refused an input event");
+        Fail("the system refused an input event");
     }
 }
 
@@ -33,7 +35,7 @@ INPUT KeyInput(WORD virtualKey, DWORD flags) {
 void MovePointer(HWND window, int x, int y) {
     POINT point{x, y};
     ClientToScreen(window, &point);
-    if (!SetCursorPos(point.x, point.y)) throw DeskError("cannot move the mouse pointer");
+    if (!SetCursorPos(point.x, point.y)) Fail("cannot move the mouse pointer");
     std::this_thread::sleep_for(kInputPause);
 }
 
@@ -41,7 +43,7 @@ void MovePointer(HWND window, int x, int y) {
 
 void BringToFront(HWND window) {
     SetForegroundWindow(window);
-    WaitUntil("the foreground", [&] { return GetForegroundWindow() == window; });
+    WaitUntil(Describe(window) + " in front", [&] { return GetForegroundWindow() == window; });
 }
 
 LRESULT HitTest(HWND window, int x, int y) {

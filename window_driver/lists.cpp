@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "failure.h"
+
 namespace desk {
 namespace {
 
@@ -15,15 +17,14 @@ template <class T>
 class RemoteBuffer {
 public:
     explicit RemoteBuffer(HWND window) {
-        DWORD processId = 0;
-        GetWindowThreadProcessId(window, &processId);
-        process_ = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, processId);
-        if (!process_) throw DeskError("cannot open the process of a list");
+        process_ =
+            OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, ProcessOf(window));
+        if (!process_) Fail("cannot open the process of a list");
         block_ = static_cast<Block*>(
             VirtualAllocEx(process_, nullptr, sizeof(Block), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
         if (!block_) {
             CloseHandle(process_);
-            throw DeskError("no memory in the process of a list");
+            Fail("no memory in the process of a list");
         }
     }
     ~RemoteBuffer() {
@@ -38,7 +39,7 @@ public:
 
     void Write(const T& value) {
         if (!WriteProcessMemory(process_, &block_->value, &value, sizeof value, nullptr)) {
-            throw DeskError("cannot write to the process of a list");
+            Fail("cannot write to the process of a list");
         }
     }
     T Value() const {
@@ -60,7 +61,7 @@ private:
 
     void Read(const void* from, void* to, std::size_t size) const {
         if (!ReadProcessMemory(process_, from, to, size, nullptr)) {
-            throw DeskError("cannot read from the process of a list");
+            Fail("cannot read from the process of a list");
         }
     }
 
@@ -87,16 +88,18 @@ int ColumnCount(HWND list) {
 }
 
 void RequireRow(HWND list, int row) {
-    if (row < 0 || row >= ListRowCount(list)) throw DeskError("no list row " + std::to_string(row));
+    if (row < 0 || row >= ListRowCount(list)) Fail("no list row " + std::to_string(row));
 }
 
 }  // namespace
 
 std::vector<std::wstring> ComboItems(HWND combo) {
-    std::vector<std::wstring> items(static_cast<std::size_t>(Send(combo, CB_GETCOUNT)));
+    const LRESULT count = Send(combo, CB_GETCOUNT);
+    if (count < 0) Fail("no combo box: " + Describe(combo));
+    std::vector<std::wstring> items(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < items.size(); ++i) {
         const LRESULT length = Send(combo, CB_GETLBTEXTLEN, i);
-        if (length < 0) throw DeskError("no text of a combo box item");
+        if (length < 0) Fail("no text of a combo box item");
         std::wstring text(static_cast<std::size_t>(length) + 1, L'\0');
         Send(combo, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(text.data()));
         text.resize(static_cast<std::size_t>(length));
@@ -111,7 +114,7 @@ int ComboSelection(HWND combo) {
 
 void ChooseComboItem(HWND combo, int index) {
     if (Send(combo, CB_SETCURSEL, static_cast<WPARAM>(index)) != index) {
-        throw DeskError("no combo box item " + std::to_string(index));
+        Fail("no combo box item " + std::to_string(index));
     }
     const auto id = static_cast<WORD>(GetDlgCtrlID(combo));
     Send(GetParent(combo), WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE), reinterpret_cast<LPARAM>(combo));
@@ -126,7 +129,7 @@ std::vector<ListColumn> ListColumns(HWND list) {
         column.pszText = remote.TextAddress();
         column.cchTextMax = static_cast<int>(kCellCapacity);
         remote.Write(column);
-        if (!Send(list, LVM_GETCOLUMNW, i, remote.Address())) throw DeskError("no list column");
+        if (!Send(list, LVM_GETCOLUMNW, i, remote.Address())) Fail("no list column");
         columns[i] = {remote.Text(), remote.Value().cx};
     }
     return columns;

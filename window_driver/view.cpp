@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "failure.h"
+
 namespace desk {
 
 std::wstring ShownText(HWND control) {
@@ -13,7 +15,7 @@ std::wstring ShownText(HWND control) {
 HCURSOR Cursor() {
     CURSORINFO info{};
     info.cbSize = sizeof info;
-    if (!GetCursorInfo(&info)) throw DeskError("no mouse pointer");
+    if (!GetCursorInfo(&info)) Fail("no mouse pointer");
     return info.hCursor;
 }
 
@@ -33,7 +35,7 @@ std::string Pixels(HWND window) {
     DeleteObject(bitmap);
     DeleteDC(memory);
     ReleaseDC(nullptr, screen);
-    if (lines != height) throw DeskError("no picture of a window");
+    if (lines != height) Fail("no picture of a window");
     return pixels;
 }
 

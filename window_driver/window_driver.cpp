@@ -1,90 +1,33 @@
 #include "window_driver.h"
 
 #include <array>
-#include <thread>
 
+#include "failure.h"
 #include "utf8.h"
 
 namespace desk {
 namespace {
 
-constexpr Milliseconds kPollInterval{20};
-
-struct TopWindowSearch {
-    DWORD processId;
-    const std::wstring& windowClass;
-    HWND found;
-};
-
-BOOL CALLBACK OnTopWindow(HWND window, LPARAM parameter) noexcept {
-    auto& search = *reinterpret_cast<TopWindowSearch*>(parameter);
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    if (processId != search.processId || ClassName(window) != search.windowClass) return TRUE;
-    search.found = window;
-    return FALSE;
-}
-
 void RequirePressable(HWND button) {
     if (!IsWindowVisible(button) || !IsEnabled(button)) {
-        throw DeskError("the button \"" + ToUtf8(Text(button)) + "\" cannot be pressed now");
+        Fail("cannot press " + Describe(button) + " now");
     }
-}
-
-std::string Describe(HWND window) {
-    if (!IsWindow(window)) return "a window that is gone";
-    return ToUtf8(ClassName(window)) + " " + std::to_string(GetDlgCtrlID(window));
 }
 
 }  // namespace
 
-void WaitUntil(const std::string& what, const std::function<bool()>& question, Milliseconds timeout) {
-    const auto end = std::chrono::steady_clock::now() + timeout;
-    while (!question()) {
-        if (std::chrono::steady_clock::now() >= end) throw DeskError("timed out waiting for " + what);
-        std::this_thread::sleep_for(kPollInterval);
-    }
-}
-
-Program::Program(const std::wstring& exePath, const std::wstring& directory) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    std::wstring commandLine = L"\"" + exePath + L"\"";
-    if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                        directory.empty() ? nullptr : directory.c_str(), &startup, &info_)) {
-        throw DeskError("cannot start " + ToUtf8(exePath) + ": error " + std::to_string(GetLastError()));
-    }
-}
-
-Program::~Program() {
-    Kill();
-    CloseHandle(info_.hThread);
-    CloseHandle(info_.hProcess);
-}
-
-bool Program::IsRunning() const noexcept {
-    return WaitForSingleObject(info_.hProcess, 0) == WAIT_TIMEOUT;
-}
-
-DWORD Program::WaitForEnd(Milliseconds timeout) {
-    if (WaitForSingleObject(info_.hProcess, static_cast<DWORD>(timeout.count())) != WAIT_OBJECT_0) {
-        throw DeskError("the program did not end");
-    }
-    DWORD exitCode = 0;
-    GetExitCodeProcess(info_.hProcess, &exitCode);
-    return exitCode;
-}
-
-void Program::Kill() noexcept {
-    if (!IsRunning()) return;
-    TerminateProcess(info_.hProcess, 1);
-    WaitForSingleObject(info_.hProcess, static_cast<DWORD>(kWindowTimeout.count()));
+DWORD ProcessOf(HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId;
 }
 
 HWND FindTopWindow(DWORD processId, const std::wstring& windowClass) {
-    TopWindowSearch search{processId, windowClass, nullptr};
-    EnumWindows(OnTopWindow, reinterpret_cast<LPARAM>(&search));
-    return search.found;
+    HWND window = nullptr;
+    do {
+        window = FindWindowExW(nullptr, window, windowClass.c_str(), nullptr);
+    } while (window && ProcessOf(window) != processId);
+    return window;
 }
 
 HWND WaitForTopWindow(DWORD processId, const std::wstring& windowClass, Milliseconds timeout) {
@@ -106,7 +49,7 @@ void WaitUntilGone(HWND window, Milliseconds timeout) {
 
 HWND Child(HWND window, int id) {
     const HWND child = GetDlgItem(window, id);
-    if (!child) throw DeskError("no control " + std::to_string(id) + " in " + Describe(window));
+    if (!child) Fail("no control " + std::to_string(id) + " in " + Describe(window));
     return child;
 }
 
@@ -117,12 +60,11 @@ std::wstring ClassName(HWND window) {
 }
 
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam, Milliseconds timeout) {
+    const Clock::time_point start = Clock::now();
     DWORD_PTR answer = 0;
-    SetLastError(ERROR_SUCCESS);
     if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, static_cast<UINT>(timeout.count()),
                              &answer)) {
-        throw DeskError("no answer to message " + std::to_string(message) + " from " + Describe(window) +
-                        ": error " + std::to_string(GetLastError()));
+        FailSince(start, "the answer to message " + std::to_string(message) + " from " + Describe(window));
     }
     return static_cast<LRESULT>(answer);
 }
@@ -153,7 +95,7 @@ DWORD ExStyle(HWND window) {
 
 RECT ScreenRect(HWND window) {
     RECT rect{};
-    if (!GetWindowRect(window, &rect)) throw DeskError("no rectangle of " + Describe(window));
+    if (!GetWindowRect(window, &rect)) Fail("no rectangle of " + Describe(window));
     return rect;
 }
 
@@ -165,13 +107,13 @@ RECT RectInParent(HWND child) {
 
 SIZE ClientSize(HWND window) {
     RECT rect{};
-    if (!GetClientRect(window, &rect)) throw DeskError("no client area of " + Describe(window));
+    if (!GetClientRect(window, &rect)) Fail("no client area of " + Describe(window));
     return {rect.right, rect.bottom};
 }
 
 void Resize(HWND window, int width, int height) {
     if (!SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE)) {
-        throw DeskError("cannot resize " + Describe(window));
+        Fail("cannot resize " + Describe(window));
     }
 }
 
@@ -181,7 +123,12 @@ void Close(HWND window) {
 
 void Press(HWND button, Milliseconds timeout) {
     RequirePressable(button);
-    Send(button, BM_CLICK, 0, 0, timeout);
+    const std::string what = "the end of what " + Describe(button) + " does";
+    const Clock::time_point start = Clock::now();
+    DWORD_PTR answer = 0;
+    if (!SendMessageTimeoutW(button, BM_CLICK, 0, 0, SMTO_NORMAL, static_cast<UINT>(timeout.count()),
+                             &answer))
+        FailSince(start, what);
 }
 
 void PressWithoutWaiting(HWND button) {

@@ -9,23 +9,31 @@
 /// Unless an operation says otherwise it waits for the other thread's answer, up to kAnswerTimeout, and
 /// throws DeskError when no answer comes, when the window is gone, or when a user could not do it either
 /// (pressing a disabled button).
+///
+/// A DeskError tells what was waited for and how long, then how a driven program has ended ("NAME.exe crashed
+/// with code 0xC0000005"), which ends every wait, or else what is on show: each visible window of the driven
+/// programs and of this one with the texts of its labels and buttons.
 
 #include <windows.h>
 
 #include <chrono>
 #include <functional>
+#include <future>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace desk {
 
 using Milliseconds = std::chrono::milliseconds;
 
-/// A blocked window thread answers only when its action ends: five slow connection attempts of 10 s each fit.
-inline constexpr Milliseconds kAnswerTimeout{60'000};
+/// Of a window's thread, which answers only when its action ends: many times what the longest one takes, and
+/// little beside the minute after which a test runner gives up.
+inline constexpr Milliseconds kAnswerTimeout{20'000};
+/// Of everything that is waited for.
 inline constexpr Milliseconds kWindowTimeout{15'000};
 
 class DeskError : public std::runtime_error {
@@ -39,28 +47,50 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question,
 
 // ---- A started program ------------------------------------------------------------------------------------
 
-/// A started program; the destructor ends it if it still runs.
+/// What a crash of a program does. Wine, and Windows with old programs, ignores an exception in a window
+/// procedure, and the program carries on.
+enum class OnCrash {
+    Default,  ///< what the system makes of it
+    End       ///< it ends the program at once, as the end of our own process does
+};
+
+/// Lets a crash of this process end it at once, with a line on standard output. @return true
+bool EndProcessOnCrash();
+
+/// A started program; the destructor ends it if it still runs, and gives up with a line on standard output.
 class Program {
 public:
     /// @param directory    current directory of the new process; empty means our own
-    explicit Program(const std::wstring& exePath, const std::wstring& directory = {});
+    explicit Program(const std::wstring& exePath, const std::wstring& directory = {},
+                     OnCrash onCrash = OnCrash::Default);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
     DWORD Id() const noexcept { return info_.dwProcessId; }
+    HANDLE Process() const noexcept { return info_.hProcess; }
     bool IsRunning() const noexcept;
-    /// Waits for the process to end by itself. @return its exit code
+    /// Waits for the process to end by itself. @return its exit code. @throws DeskError, too, after a crash.
     DWORD WaitForEnd(Milliseconds timeout = kWindowTimeout);
     /// Ends it at once, as the task manager does.
     void Kill() noexcept;
+    /// "; NAME.exe ended with code 1" after an end that neither WaitForEnd nor Kill asked for.
+    std::string UnexpectedEnd() const;
 
 private:
+    DWORD ExitCode() const noexcept;
+
+    std::string name_;
     PROCESS_INFORMATION info_{};
+    bool endIsExpected_ = false;
+    std::promise<DWORD> startError_;
+    std::jthread follower_;
 };
 
 // ---- Windows and controls ---------------------------------------------------------------------------------
 
+/// The process that a window belongs to; 0 for a window that is gone.
+DWORD ProcessOf(HWND window);
 /// Top-level window of a process by class name, visible or not; null when there is none.
 HWND FindTopWindow(DWORD processId, const std::wstring& windowClass);
 /// Waits until the process shows a window of this class.

@@ -12,6 +12,8 @@
 #include "support/wide_text.h"
 #include "window_driver.h"
 
+inline const bool crashesEndTheTest = desk::EndProcessOnCrash();  // some cases show the windows themselves
+
 /// The Config.Json of a zone on the test server.
 inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) {
     const TestServer& server = Server();
@@ -43,6 +45,10 @@ struct Desk {
     HWND window = nullptr;
     const std::wstring settings = folder.At(L"QuerySettings.ini");
 
+    ~Desk() {
+        tool.reset();
+        if (CanInjectFaults()) LiveHandles(true);
+    }
     /// Lays out an installation below the folder and starts its game server: `name`\Mir200\M2Server.exe.
     void StartZone(const std::wstring& name, const std::string& json) {
         const std::wstring server = folder.At(name + L"\\Mir200\\M2Server.exe");
@@ -50,13 +56,13 @@ struct Desk {
         folder.Write(name + L"\\Config.Json", json);
         folder.Write(name + L"\\Config.ini", "[Config]\r\nGameName=ini\r\n");
         std::filesystem::copy_file(Built(L"demo\\M2Server.exe"), server);
-        servers.push_back(std::make_unique<desk::Program>(server));
+        servers.push_back(std::make_unique<desk::Program>(server, L"", desk::OnCrash::End));
     }
     /// Starts the program and waits for its filled window.
     void StartTool() {
         std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
-        if (CanInjectFaults()) LiveHandles(true);
-        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""));
+        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""),
+                                               desk::OnCrash::End);
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
     }
     HWND Child(int id) const { return desk::Child(window, id); }
@@ -69,7 +75,7 @@ struct Desk {
     }
     HWND OpenRepairTool() const {
         desk::Press(Child(kRepairToolButton));
-        return desk::WaitForTopWindow(tool->Id(), L"RoleIdRepairWindow");
+        return desk::WaitForTopWindow(desk::ProcessOf(window), L"RoleIdRepairWindow");
     }
 };
 

@@ -2,10 +2,12 @@
 
 #include <windows.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
 #include "discovery/paths.h"
+#include "text/text.h"
 
 /// What the build has made, from the folder of the test program.
 inline std::wstring Built(std::wstring_view relativePath) {
@@ -24,9 +26,11 @@ public:
         while (!std::filesystem::create_directory(path_));
     }
     ~TempDirectory() {
-        std::error_code ignored;
-        std::filesystem::current_path("\\", ignored);  // the current one could not be deleted
-        std::filesystem::remove_all(path_, ignored);
+        std::error_code error;
+        std::filesystem::current_path("\\", error);  // the current one could not be deleted
+        // The system may keep the files of a program that has just been ended open for a moment.
+        for (int i = 0; std::filesystem::remove_all(path_, error), error && i < 60; ++i) Sleep(50);
+        if (error) std::printf("left behind (error %d): %s\n", error.value(), WideToUtf8(path_).c_str());
     }
     TempDirectory(const TempDirectory&) = delete;
     TempDirectory& operator=(const TempDirectory&) = delete;
