@@ -129,12 +129,3 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
     const Faults faults("fetch\t2\tHY000\t1\tx\n");
     CHECK(ScanAccountCandidates(database.Open().Connection()).size() == 1);  // no row twice
 }
-
-TEST_CASE("connecting leaves no connection string on the stack") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();  // of what another driver leaves nobody knows
-    const OdbcSession session = Connect(L"master");
-    const auto* const thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
-    const std::wstring_view stack(static_cast<const wchar_t*>(thread->StackLimit),
-                                  static_cast<const wchar_t*>(thread->StackBase));
-    CHECK(stack.find(L";PWD=" + QuoteOdbcValue(Server().password)) == stack.npos);
-}

@@ -2,8 +2,7 @@
 
 #include "account_query/account_source.h"
 #include "account_query/account_text.h"
-#include "account_query/query_window.h"
-#include "support/desk_fixture.h"
+#include "support/own_windows.h"
 
 // after windows.h, which it needs
 #include <winternl.h>
@@ -150,12 +149,8 @@ TEST_CASE("windows repaints and queries leave memory flat and no drawing object 
     Desk desk;
     desk.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
     // The program's windows in this process: only its own heaps can be walked block by block.
-    desk.folder.Write(L"QuerySettings.ini", "");
-    std::filesystem::current_path(desk.folder.At(L""));
-    TaskbarProgress taskbar;
-    const auto object = QueryWindow::Open(GetModuleHandleW(nullptr), SW_SHOW, taskbar);
-    REQUIRE(object);
-    desk.window = object->Handle();
+    const Windows windows(L"folder", "");
+    desk.window = windows.query;
     const auto query = [&] { desk.Query(L"zh"); };
     // A query's calls without the program: the driver manager may keep memory of each.
     const std::wstring from = L"[dbo].[TBL_CHARACTER]", column = L"[FLD_ACCOUNT]", pattern = L"%zh%";
@@ -168,6 +163,8 @@ TEST_CASE("windows repaints and queries leave memory flat and no drawing object 
         SQLSetEnvAttr(environment, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQLULEN{SQL_OV_ODBC3}),
                       0);
         SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
+        SQLSetConnectAttrW(connection, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(SQLULEN{5}),
+                           SQL_IS_UINTEGER);
         SQLDriverConnectW(connection, nullptr, login.data(), SQL_NTS, nullptr, 0, nullptr,
                           SQL_DRIVER_NOPROMPT);
         for (const auto& [sql, columns] : statements) {
@@ -199,5 +196,4 @@ TEST_CASE("windows repaints and queries leave memory flat and no drawing object 
     CHECK(Growth(100, query) < Growth(100, bare) + 100 * 50);
     CHECK(Growth(10, openAndRepaint) < 10 * 2000);
     CHECK((objects > 0 && GdiObjects() < objects + 20));
-    DestroyWindow(desk.window);
 }

@@ -90,6 +90,10 @@ TEST_CASE("every driver is tried in order for its time and the last one's diagno
     OdbcSession session;
     for (int i = 0; i < 2; ++i) session.Connect(SettingsFor(L"master"));
     CHECK(LiveHandles() == 2);
+    const auto* const thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
+    const std::wstring_view stack(static_cast<const wchar_t*>(thread->StackLimit),
+                                  static_cast<const wchar_t*>(thread->StackBase));
+    CHECK(stack.find(L";PWD=" + QuoteOdbcValue(Server().password)) == stack.npos);
 }
 
 TEST_CASE("a handle that cannot be had is told in the words of its side") {

@@ -1,7 +1,6 @@
 #include "text/text.h"
 
 #include "support/wide_text.h"
-#include "text/text_rows.h"
 
 TEST_CASE("text survives the way to UTF-8 and back and malformed text never throws") {
     const std::wstring text = L"\u00E9区\xD842\xDFB7z";
@@ -17,10 +16,4 @@ TEST_CASE("trimming takes white space off both ends and comparing leaves letter 
     CHECK(ToLower(L"TBL_账号_X1") == L"tbl_账号_x1");
     CHECK(EqualsNoCase(L"m2server.EXE", L"M2Server.exe"));
     CHECK_FALSE((EqualsNoCase(L"M2Server", L"M2Server.exe") || EqualsNoCase(L"M2Server.exe", L"M2Server")));
-}
-
-TEST_CASE("rows keep their texts however many follow") {
-    TextRows<1> rows;
-    for (int i = 0; i < 600; ++i) rows.Add({std::to_wstring(i)});
-    for (size_t i = 0; i < 600; ++i) REQUIRE(rows[i][0] == std::to_wstring(i));
 }

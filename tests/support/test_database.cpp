@@ -21,21 +21,15 @@ std::wstring StandInRoot() {
     return std::filesystem::path(L"Z:" + root).make_preferred().wstring();
 }
 
-struct Live {
-    int environments = 0, connections = 0, statements = 0, openConnections = 0;
-};
-
-// Every process that uses the driver shows its counts in a file.
-Live CountLive(bool forget = false) {
-    Live live;
+// Environments, connections, statements and open connections: every process that uses the driver shows its
+// counts in a file.
+std::array<int, 4> CountLive(bool forget = false) {
+    std::array<int, 4> live = {};
     for (const auto& entry : std::filesystem::directory_iterator(StandInRoot())) {
         if (!entry.path().filename().wstring().starts_with(L"handles-")) continue;
         std::ifstream file(entry.path());
-        for (int* const total :
-             {&live.environments, &live.connections, &live.statements, &live.openConnections}) {
-            int count = 0;
-            if (file >> count) *total += count;
-        }
+        int count = 0;
+        for (int& total : live) total += file >> count ? count : 0;
         file.close();
         if (forget) std::filesystem::remove(entry.path());
     }
@@ -152,10 +146,10 @@ std::wstring Trace::Told() const {
 }
 
 int LiveHandles(bool forget) {
-    const Live live = CountLive(forget);
-    return live.environments + live.connections + live.statements;
+    const auto [environments, connections, statements, open] = CountLive(forget);
+    return environments + connections + statements;
 }
 
 int OpenConnections() {
-    return CountLive().openConnections;
+    return CountLive()[3];
 }
