@@ -19,8 +19,9 @@ enum class Greeting { kAnswers, kRefuses, kIsSilent };
 /// on every call; whenever it has changed, all counters start anew. Counters belong to the process.
 ///
 ///     POINT   N        STATE  NATIVE  TEXT  [STATE  NATIVE  TEXT ...]     fields are separated by tabs
-///     die     POINT    N  [STATE  NATIVE  TEXT ...]    the connection is lost, as a rule in the driver's
-///     words slow    POINT    N  MILLISECONDS refuse  connect  N                               nobody listens
+///     die     POINT    N  [STATE  NATIVE  TEXT ...]    the connection is lost; [ ]: else in its own words
+///     slow    POINT    N  MILLISECONDS
+///     refuse  connect  N                               nobody listens
 ///     silent  connect  N                               somebody listens, and never answers
 ///     second  MILLISECONDS                             how long a second of the login time-out lasts
 ///

@@ -28,8 +28,7 @@ std::string FindServer(const std::string& server);
 /// What this stand-in does differently from SQL Server and its driver, as far as it is known:
 /// - It knows the statements of the tool, its samples, tests and measurements; all others are errors.
 /// - Semicolons part statements, an INSERT lists its columns, most mistakes that are not 207 or 208 are 102.
-/// - One transaction at a time writes on a server, every statement in it locks; others read what is
-/// committed.
+/// - One transaction at a time writes on a server, every statement in it locks; others read what was before.
 /// - Table hints only go into the trace. A schema exists without CREATE SCHEMA.
 /// - Databases can be made and dropped in a transaction, and dropped while somebody uses them.
 /// - A batch has results of its queries alone; an error is told by the call that reaches its statement.
@@ -39,9 +38,8 @@ std::string FindServer(const std::string& server);
 /// - datetime keeps its text; DEFAULT is stored as written; numbers have 64 bits; decimals no places.
 /// - A lock that is not got in time is HYT00.
 /// - Nothing is encrypted, and the login tells of the database alone, not of the language.
-/// - A lost connection refuses allocating and binding as well; one lost in manual mode counts as lost inside
-/// a
-///   transaction, even before its first statement.
+/// - A lost connection refuses allocating and binding as well; one that is lost in manual mode counts as lost
+///   inside a transaction, even before its first statement.
 /// - unixODBC sorts records by state, and by itself answers HY010 to a fetch behind a failed execution.
 ///
 /// All databases of a server lie in one SQLite file: SQLite admits few attached files, and none inside a
