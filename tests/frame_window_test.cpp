@@ -32,8 +32,7 @@ void CheckFrame(HWND window, const wchar_t* heading, const wchar_t* subtitle, co
     const HDC dc = CreateCompatibleDC(nullptr);
     const BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), w, -kHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
     DWORD* pixels = nullptr;
-    SelectObject(dc,
-                 CreateDIBSection(dc, &info, DIB_RGB_COLORS, reinterpret_cast<void**>(&pixels), nullptr, 0));
+    SelectObject(dc, CreateDIBSection(dc, &info, 0, reinterpret_cast<void**>(&pixels), nullptr, 0));
     REQUIRE(pixels);
     SetBkMode(dc, TRANSPARENT);
     for (const auto& [top, end, colour] : {std::tuple(0, 67, kWhite),
@@ -83,8 +82,7 @@ std::wstring Described(HWND window) {
         text << L"; " << GetDlgCtrlID(child) << kind[0] << (desk::Style(child) & 0xFFFF)
              << (desk::ExStyle(child) & WS_EX_CLIENTEDGE ? L"+ " : L" ") << place.left << L"," << place.top
              << L" " << place.right - place.left;
-        if (kind != WC_COMBOBOXW) text << L"*" << place.bottom - place.top << L" ";
-        text << desk::Text(child);
+        if (kind != WC_COMBOBOXW) text << L"*" << place.bottom - place.top << L" " << desk::Text(child);
         if (kind == WC_LISTVIEWW) {
             for (const auto& [title, width] : desk::ListColumns(child)) text << title << width << L",";
             constexpr LRESULT kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
@@ -159,7 +157,7 @@ TEST_CASE("both windows have their paint title sizes and controls") {
         CHECK(limits.find(place) != limits.npos);
     // Texts end where their places end, also those that are wider.
     for (const auto& [width, title] :
-         {std::pair(1000, L"短"), {340, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}) {
+         {std::pair(1000, L"短"), {345, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}) {
         for (const HWND window : {query, repair}) Resize(window, width, 700), SetWindowTextW(window, title);
         CheckFrame(query, L"区服账号查询", L"查询账号归属区服，核对合区数据库中的账号记录", L"查询条件", 16,
                    kGrey);
@@ -184,7 +182,7 @@ TEST_CASE("a second press finds the repair window that glyphs and double clicks 
         if (!IsWindow(window)) return "gone";
         if (!IsIconic(window)) return held + (IsZoomed(window) ? "large" : "usual");
         ShowWindow(window, SW_RESTORE);
-        return "small";
+        return held + "small";
     };
     std::string states;
     for (const auto& [left, y] :
@@ -235,5 +233,7 @@ TEST_CASE("keys a refresh and a status that does not fit behave as everywhere in
             const RECT place = desk::RectInParent(label);
             CHECK((EqualRect(&tool.rect, &place) && tool.uFlags == TTF_SUBCLASS));  // shown under the mouse
             CHECK(SendMessageW(tip, TTM_GETMAXTIPWIDTH, 0, 0) == place.right - place.left);
+            const bool anywhere = desk::Style(tip) % 4 == (TTS_ALWAYSTIP | TTS_NOPREFIX);
+            CHECK((anywhere && SendMessageW(tip, TTM_GETDELAYTIME, TTDT_AUTOPOP, 0) == MAXSHORT));
         }
 }

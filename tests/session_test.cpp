@@ -64,7 +64,6 @@ TEST_CASE("every driver is tried in order for its time and the last one's diagno
                        keyword = L" | 01S00: " + by + L"Invalid connection string attribute";
     for (const auto& [faults, diagnostics] :
          {std::pair("connect\t*\t08001\t17\t没有服务器\n", L"08001: 没有服务器" + keyword),
-          {"connect\t*\t28000\t18456\t登录失败\n", L"28000: 登录失败" + keyword},
           {"second\t0\nrefuse\tconnect\t*\n",
            timeout + by + L"TCP Provider: Connection refused. | 08001: " + by +
                L"A network-related or instance-specific error has occurred while establishing a connection "
@@ -193,8 +192,6 @@ TEST_CASE("a connection that the driver does not give up is left to the end of t
     }
     CHECK((session.Connection() == SQL_NULL_HANDLE && LiveHandles() == 2 && OpenConnections() == 1));
     CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
-    // What the end of the process does.
-    RollbackTransaction(connection);
+    RollbackTransaction(connection);  // as the end of the process does
     CHECK(OdbcSucceeded(SQLDisconnect(connection)));
-    CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
 }

@@ -6,8 +6,7 @@
 // after windows.h, which it needs
 #include <commctrl.h>
 
-/// Both windows of the program inside this process, where their pictures, classes and calls can be read. By
-/// default no server runs under the name that they look for.
+/// Both windows of the program inside this process; by default no server has the name that they look for.
 struct Windows {
     TempDirectory place;
     TaskbarProgress taskbar;
