@@ -166,8 +166,7 @@ int wmain(int argumentCount, wchar_t** arguments) {
     try {
         const std::wstring path = arguments[1];
         const auto separator = path.find_last_of(L"\\/");
-        desk::Program program(path, separator == std::wstring::npos ? L"" : path.substr(0, separator),
-                              desk::OnCrash::End);
+        desk::Program program(path, separator == std::wstring::npos ? L"" : path.substr(0, separator));
         const HWND window = ShowQuery(program);
         ShowRepair(program, window);
         desk::Close(window);

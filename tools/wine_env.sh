@@ -106,8 +106,9 @@ open_wine() {
         flock 9
     fi
 
-    # Without its debugger, a program that crashes ends at once instead of asking on the display what to do.
-    export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all
+    # Without Wine's debugger a program that crashes ends at once, instead of asking on the display what to do. The one
+    # channel that is left tells where Wine ignores an exception and carries on.
+    export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all,err+seh
     export WINEDLLOVERRIDES='mscoree,mshtml=;winedbg.exe=d'
     # On a machine where this script has just made that locale, the shell itself still believes that it is missing,
     # and says so. The programs that it starts find it.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <thread>
 
 #include "failure.h"
 #include "utf8.h"
@@ -15,41 +16,16 @@ constexpr DWORD kKillMilliseconds = 5'000;
 
 std::vector<const Program*> programs;
 
-// The system's own exceptions. Others belong to a language, or come only because there is a debugger.
-bool IsCrash(DWORD code) {
-    return code >> 16 == 0xC000 && code != STATUS_INVALID_HANDLE;
-}
-
-LONG CALLBACK OnException(EXCEPTION_POINTERS* exception) {
-    const DWORD code = exception->ExceptionRecord->ExceptionCode;
-    if (!IsCrash(code)) return EXCEPTION_CONTINUE_SEARCH;
-    std::printf("this process crashed with code 0x%08lX\n", code);
-    std::fflush(stdout);
-    TerminateProcess(GetCurrentProcess(), code);
-    return EXCEPTION_CONTINUE_EXECUTION;
-}
-
-// What a debugger sees of a program that this thread has started, until the program's end.
-void Follow(HANDLE process, const std::stop_token& stop) {
-    for (DEBUG_EVENT event{}; !stop.stop_requested() && event.dwDebugEventCode != EXIT_PROCESS_DEBUG_EVENT;) {
-        if (!WaitForDebugEvent(&event, static_cast<DWORD>(kDyingTime.count()))) continue;
-        DWORD exception = EXCEPTION_BREAKPOINT;  // of which every program raises one for its debugger
-        if (event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT) {
-            exception = event.u.Exception.ExceptionRecord.ExceptionCode;
-            if (IsCrash(exception)) TerminateProcess(process, exception);
-        }
-        if (event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT)
-            CloseHandle(event.u.CreateProcessInfo.hFile);
-        if (event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT) CloseHandle(event.u.LoadDll.hFile);
-        const bool isForUs = exception == EXCEPTION_BREAKPOINT || exception == STATUS_INVALID_HANDLE;
-        ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
-                           isForUs ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED);
-    }
+bool IsCrash(DWORD exitCode) {
+    return exitCode >> 16 == 0xC000;
 }
 
 std::string UnexpectedEnds() {
     std::string ends;
-    for (const Program* program : programs) ends += program->UnexpectedEnd();
+    for (const Program* program : programs) {
+        const std::string end = program->UnexpectedEnd();
+        if (!end.empty()) ends += "; " + end;
+    }
     return ends;
 }
 
@@ -74,11 +50,24 @@ std::string OnShow() {
     return shown;
 }
 
+// Ends with this process, however that ends, and takes the programs in it along.
+HANDLE Job() {
+    static const HANDLE job = [] {
+        const HANDLE made = CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+        return made;
+    }();
+    return job;
+}
+
 }  // namespace
 
 std::string Describe(HWND window) {
     if (!IsWindow(window)) return "a window that is gone";
-    return ToUtf8(ClassName(window)) + " " + std::to_string(GetDlgCtrlID(window)) + " \"" +
+    const int id = GetDlgCtrlID(window);
+    return ToUtf8(ClassName(window)) + (id != 0 ? " " + std::to_string(id) : "") + " \"" +
            ToUtf8(ShownText(window)) + "\"";
 }
 
@@ -110,29 +99,18 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question, M
     if (!HappensWithin(timeout, question)) FailSince(start, what);
 }
 
-bool EndProcessOnCrash() {
-    return AddVectoredExceptionHandler(TRUE, OnException) != nullptr;
-}
-
-Program::Program(const std::wstring& exePath, const std::wstring& directory, OnCrash onCrash)
+Program::Program(const std::wstring& exePath, const std::wstring& directory)
     : name_(ToUtf8(exePath.substr(exePath.find_last_of(L"\\/") + 1))) {
     // Inherited: no box of the system asks what to do about a crash.
     SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    const DWORD flags = onCrash == OnCrash::End ? DEBUG_ONLY_THIS_PROCESS : 0;
-    // Only the thread that has started a program can follow it.
-    follower_ = std::jthread([&, flags](const std::stop_token& stop) {
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        std::wstring commandLine = L"\"" + exePath + L"\"";
-        const BOOL started =
-            CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, FALSE, flags, nullptr,
-                           directory.empty() ? nullptr : directory.c_str(), &startup, &info_);
-        startError_.set_value(started ? ERROR_SUCCESS : GetLastError());
-        if (started && flags != 0) Follow(info_.hProcess, stop);
-    });
-    if (const DWORD error = startError_.get_future().get(); error != ERROR_SUCCESS) {
-        throw DeskError("cannot start " + ToUtf8(exePath) + ": error " + std::to_string(error));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    std::wstring commandLine = L"\"" + exePath + L"\"";
+    if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                        directory.empty() ? nullptr : directory.c_str(), &startup, &info_)) {
+        throw DeskError("cannot start " + ToUtf8(exePath) + ": error " + std::to_string(GetLastError()));
     }
+    AssignProcessToJobObject(Job(), info_.hProcess);
     programs.push_back(this);
 }
 
@@ -140,7 +118,6 @@ Program::~Program() {
     std::erase(programs, this);
     Kill();
     if (IsRunning()) std::printf("%s cannot be ended\n", name_.c_str());
-    follower_ = {};
     CloseHandle(info_.hThread);
     CloseHandle(info_.hProcess);
 }
@@ -149,26 +126,23 @@ bool Program::IsRunning() const noexcept {
     return WaitForSingleObject(info_.hProcess, 0) == WAIT_TIMEOUT;
 }
 
-DWORD Program::ExitCode() const noexcept {
-    DWORD code = 0;
-    GetExitCodeProcess(info_.hProcess, &code);
-    return code;
-}
-
 std::string Program::UnexpectedEnd() const {
-    if (endIsExpected_ || IsRunning()) return {};
+    constexpr DWORD kAbort = 3;
+    DWORD code = 0;
+    if (endIsExpected_ || IsRunning() || !GetExitCodeProcess(info_.hProcess, &code)) return {};
     char text[40];
-    std::snprintf(text, sizeof text,
-                  IsCrash(ExitCode()) ? "crashed with code 0x%08lX" : "ended with code %lu", ExitCode());
-    return "; " + name_ + " " + text;
+    std::snprintf(text, sizeof text, IsCrash(code) ? "crashed with code 0x%08lX" : "ended with code %lu",
+                  code);
+    return name_ + " " + text + (code == kAbort ? ", that of abort" : "");
 }
 
 DWORD Program::WaitForEnd(Milliseconds timeout) {
     WaitUntil(
         "the end of " + name_, [this] { return !IsRunning(); }, timeout);
-    if (IsCrash(ExitCode())) Fail("waited for the end");
+    DWORD code = 0;
+    if (!GetExitCodeProcess(info_.hProcess, &code) || IsCrash(code)) Fail("waited for the end");
     endIsExpected_ = true;
-    return ExitCode();
+    return code;
 }
 
 void Program::Kill() noexcept {

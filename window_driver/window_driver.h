@@ -18,23 +18,21 @@
 
 #include <chrono>
 #include <functional>
-#include <future>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace desk {
 
 using Milliseconds = std::chrono::milliseconds;
 
-/// Of a window's thread, which answers only when its action ends: many times what the longest one takes, and
-/// little beside the minute after which a test runner gives up.
+/// For a window's thread, which answers when its action ends: several times what the longest one takes on a
+/// busy machine, and little beside the minute that a test case has.
 inline constexpr Milliseconds kAnswerTimeout{20'000};
-/// Of everything that is waited for.
-inline constexpr Milliseconds kWindowTimeout{15'000};
+/// For what comes by itself: a window, a message box, a text.
+inline constexpr Milliseconds kWindowTimeout{10'000};
 
 class DeskError : public std::runtime_error {
 public:
@@ -47,22 +45,12 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question,
 
 // ---- A started program ------------------------------------------------------------------------------------
 
-/// What a crash of a program does. Wine, and Windows with old programs, ignores an exception in a window
-/// procedure, and the program carries on.
-enum class OnCrash {
-    Default,  ///< what the system makes of it
-    End       ///< it ends the program at once, as the end of our own process does
-};
-
-/// Lets a crash of this process end it at once, with a line on standard output. @return true
-bool EndProcessOnCrash();
-
-/// A started program; the destructor ends it if it still runs, and gives up with a line on standard output.
+/// A started program. It ends with our process; the destructor ends it if it still runs, and gives up with a
+/// line on standard output.
 class Program {
 public:
     /// @param directory    current directory of the new process; empty means our own
-    explicit Program(const std::wstring& exePath, const std::wstring& directory = {},
-                     OnCrash onCrash = OnCrash::Default);
+    explicit Program(const std::wstring& exePath, const std::wstring& directory = {});
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -74,17 +62,13 @@ public:
     DWORD WaitForEnd(Milliseconds timeout = kWindowTimeout);
     /// Ends it at once, as the task manager does.
     void Kill() noexcept;
-    /// "; NAME.exe ended with code 1" after an end that neither WaitForEnd nor Kill asked for.
+    /// "NAME.exe ended with code 1" after an end that neither WaitForEnd nor Kill asked for, otherwise empty.
     std::string UnexpectedEnd() const;
 
 private:
-    DWORD ExitCode() const noexcept;
-
     std::string name_;
     PROCESS_INFORMATION info_{};
     bool endIsExpected_ = false;
-    std::promise<DWORD> startError_;
-    std::jthread follower_;
 };
 
 // ---- Windows and controls ---------------------------------------------------------------------------------
@@ -120,7 +104,7 @@ LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0,
 /// Asks a window to close, without waiting.
 void Close(HWND window);
 
-/// Presses a button and waits until its action is done.
+/// Presses a button and waits until its action is done or shows a message box.
 void Press(HWND button, Milliseconds timeout = kAnswerTimeout);
 /// Presses a button without waiting: for actions that open a message box.
 void PressWithoutWaiting(HWND button);
@@ -164,7 +148,7 @@ struct MessageBoxView {
     HWND icon = nullptr;
 };
 
-MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kAnswerTimeout);
+MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kWindowTimeout);
 /// Presses one of its buttons and waits until the box is gone.
 void Answer(const MessageBoxView& box, int buttonId);
 /// Presses a key in the box (VK_RETURN, VK_ESCAPE). @return whether the box went away: Windows ignores Escape

@@ -12,8 +12,6 @@
 #include "support/wide_text.h"
 #include "window_driver.h"
 
-inline const bool crashesEndTheTest = desk::EndProcessOnCrash();  // some cases show the windows themselves
-
 /// The Config.Json of a zone on the test server.
 inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) {
     const TestServer& server = Server();
@@ -56,13 +54,12 @@ struct Desk {
         folder.Write(name + L"\\Config.Json", json);
         folder.Write(name + L"\\Config.ini", "[Config]\r\nGameName=ini\r\n");
         std::filesystem::copy_file(Built(L"demo\\M2Server.exe"), server);
-        servers.push_back(std::make_unique<desk::Program>(server, L"", desk::OnCrash::End));
+        servers.push_back(std::make_unique<desk::Program>(server));
     }
     /// Starts the program and waits for its filled window.
     void StartTool() {
         std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
-        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""),
-                                               desk::OnCrash::End);
+        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""));
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
     }
     HWND Child(int id) const { return desk::Child(window, id); }
