@@ -273,7 +273,6 @@ SQLRETURN Statement::Fetch() {
         sqlite3_reset(cursor_.get());  // the server sends nothing behind an error
         atEnd_ = true;
         next_ = batch_.size();
-        connection_.Release(this);
         throw;
     }
     if (atEnd_) {
