@@ -3,9 +3,8 @@
 #include "support/test_database.h"
 #include "support/wide_text.h"
 
-// What only the caller of the driver manager can show or cause: a disconnection that ends in it because
-// nothing is connected, handles that it does not have, records of any kind.
-static int disconnections;
+// What only the caller of the driver manager can show or cause.
+static int disconnections, handles;        // calls; what it has given and not got back
 static SQLSMALLINT refusedKind;            // of handle
 static std::vector<std::wstring> records;  // instead of the driver's; an empty one cannot be read
 
@@ -15,12 +14,15 @@ static Function* Real(Function*, const char* name) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
 }
 extern "C" SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
-    ++disconnections;
-    return Real(SQLDisconnect, "SQLDisconnect")(connection);
+    return ++disconnections, Real(SQLDisconnect, "SQLDisconnect")(connection);
 }
 extern "C" SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* handle) {
     if (kind == refusedKind) return SQL_ERROR;
-    return Real(SQLAllocHandle, "SQLAllocHandle")(kind, parent, handle);
+    const SQLRETURN result = Real(SQLAllocHandle, "SQLAllocHandle")(kind, parent, handle);
+    return handles += OdbcSucceeded(result), result;
+}
+extern "C" SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT kind, SQLHANDLE handle) {
+    return --handles, Real(SQLFreeHandle, "SQLFreeHandle")(kind, handle);
 }
 extern "C" SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT kind, SQLHANDLE handle, SQLSMALLINT number,
                                             SQLWCHAR* state, SQLINTEGER* native, SQLWCHAR* text,
@@ -47,7 +49,8 @@ static std::wstring Connecting(const wchar_t* driver = nullptr) {
         settings.driver = driver ? driver : L"ignored";
         error = ErrorOf([&] { driver ? session.ConnectAccountSide(settings) : session.Connect(settings); });
     });
-    return told + error + L" " + std::to_wstring(disconnections) + L"/" + std::to_wstring(LiveHandles());
+    return told + error + L" " + std::to_wstring(disconnections) + L"/" +
+           std::to_wstring(handles + LiveHandles());
 }
 
 TEST_CASE("every driver is tried in order for its time and the last one's diagnostics are the message") {
@@ -57,8 +60,7 @@ TEST_CASE("every driver is tried in order for its time and the last one's diagno
                        third = L"attempt SQL Server Native Client 11.0", last = L"attempt SQL Server";
     const auto all = [&](const wchar_t* s) { return first + s + second + s + third + s + last + s; };
     const std::wstring connected = L"connect master\ndisconnect 0\n(nothing) 1/0";
-    // As the driver manager of this machine sorts them; the driver's own text of a refusal ends in a line
-    // break.
+    // As the driver manager here sorts them; the driver's own text of a refusal ends in a line break.
     const std::wstring by = L"[Microsoft][SQL Server]",
                        timeout = L"HYT00: " + by + L"Login timeout expired | 08001: ",
                        keyword = L" | 01S00: " + by + L"Invalid connection string attribute";
@@ -171,7 +173,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
               }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
         ErrorOf([&] { RunSql(session, {L"UPDATE t SET n = n + 2"}); });
         CHECK(ToldBy([&] { session.Close(); }) == row.closing);
-        CHECK((LiveHandles() == 0 && OpenConnections() == 0));
+        CHECK((handles == 0 && LiveHandles() == 0 && OpenConnections() == 0));
         CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.n);
     }
 }
