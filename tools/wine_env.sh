@@ -11,17 +11,11 @@
 # The environment's lock is file descriptor 9. Commands that may leave programs behind are started with 9>&-, so
 # that a run that was killed does not keep the next one waiting.
 # shellcheck shell=bash
-# shellcheck disable=SC2154 # build_dir comes from common.sh
+# shellcheck disable=SC2154 # root and build_dir come from common.sh
 
-# Wine needs a fixed address that a randomised heap takes once in about 8,000 starts: the program then ends without a
-# word. So the script that sources this file begins again without randomised addresses, which all its children inherit;
-# where that is forbidden, as in some containers, it goes on as it is.
-if [[ -z ${ADDRESSES_ARE_FIXED:-} ]] && setarch -R true 2>/dev/null; then
-    export ADDRESSES_ARE_FIXED=yes
-    exec setarch -R "$BASH" "${BASH_SOURCE[-1]}" "$@"
-fi
-
+# Without randomised addresses where the machine permits it; some containers do not.
 wine=/usr/lib/wine/wine64
+if setarch -R true 2>/dev/null; then wine="$root/tools/wine_start"; fi
 wine_server=/usr/lib/wine/wineserver
 wine_is_open=
 display_pid=
@@ -108,7 +102,7 @@ open_wine() {
 
     # Without Wine's debugger a program that crashes ends at once, instead of asking on the display what to do. The one
     # channel that is left tells where Wine ignores an exception and carries on.
-    export WINEPREFIX="$folder/prefix" WINELOADER="$wine" WINEDEBUG=-all,err+seh
+    export WINEPREFIX="$folder/prefix" WINELOADER=/usr/lib/wine/wine64 WINEDEBUG=-all,err+seh
     export WINEDLLOVERRIDES='mscoree,mshtml=;winedbg.exe=d'
     # On a machine where this script has just made that locale, the shell itself still believes that it is missing,
     # and says so. The programs that it starts find it.
