@@ -80,9 +80,10 @@ drive_windows() {
     say "the program, driven by demo_show"
     local line name left top width height
     coproc show { exec "$wine" "$programs/demo/demo_show.exe" "Z:${demo_dir//\//\\}\\MergeAccountQuery.exe" 2>&1; }
-    # Copied, because bash unsets both when the program ends.
+    # Copied, because bash closes and unsets them when the program ends, whether all is read or not.
     # shellcheck disable=SC2154 # set by coproc
-    local from=${show[0]} to=${show[1]} pid=$show_PID
+    local from to pid=$show_PID
+    exec {from}<&"${show[0]}" {to}>&"${show[1]}"
     while IFS= read -r line <&"$from"; do
         line=${line%$'\r'}
         if [[ $line == 'picture: '* ]]; then
@@ -94,6 +95,7 @@ drive_windows() {
             printf '%s\n' "$line"
         fi
     done
+    exec {from}<&- {to}>&-
     wait "$pid"
 }
 
