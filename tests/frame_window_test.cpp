@@ -213,7 +213,6 @@ TEST_CASE("keys a refresh and a status that does not fit behave as everywhere in
     desk::SetText(box, L"玩家");
     SendMessageW(box, WM_CHAR, 1, 0);  // Ctrl+A
     CHECK(SendMessageW(box, EM_GETSEL, 0, 0) == MAKELONG(0, 2));
-
     statusLine = line;
     desk::Press(windows.Child(kRefreshButton));
     desk::Press(windows.Child(kSaveButton));

@@ -122,6 +122,7 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     const auto roles = PlanRoleIdBatch(on, b, a, FindDuplicateRoles(on, a, b).ToVector(), observer);
     const auto guilds = PlanGuildIdBatch(on, b, a, FindDuplicateGuilds(on, a, b), observer);
     CHECK(planning.Events().size() == 77);  // no question is left out, none asked twice
+    CHECK(planning.Told().find(L"[TBL_GUILD_INFO] WHERE sGuildID = N'" + guilds[1].newId) != a.npos);
     // What the trace tells of a repair.
     std::wstring updates, hits, verifications;
     const auto expect = [&](IdKind kind, const std::wstring& id, const auto& newId, const auto& fields) {
