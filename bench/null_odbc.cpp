@@ -2,6 +2,7 @@
 // this end here. It answers as a server would whose two databases share `nullDuplicates` characters and as
 // many guilds, each with 12 references. One statement at a time is all that is ever open.
 
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
