@@ -92,7 +92,7 @@ TestDatabase::TestDatabase(std::wstring_view suffix, std::initializer_list<std::
 TestDatabase::~TestDatabase() {
     try {
         // An offline database would leave its files behind.
-        const std::wstring alter = L"ALTER DATABASE [" + name_ + L"] SET ";
+        const std::wstring alter = L"SET LOCK_TIMEOUT 5000; ALTER DATABASE [" + name_ + L"] SET ";
         RunSql(Connect(L"master"), {alter + L"ONLINE", alter + L"SINGLE_USER WITH ROLLBACK IMMEDIATE",
                                     L"DROP DATABASE [" + name_ + L"]"});
     } catch (const std::exception&) {
