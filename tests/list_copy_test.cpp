@@ -10,15 +10,15 @@ decltype(&Sleep) __imp_Sleep = [](DWORD milliseconds) {
 };
 }
 
-// What C with Ctrl (0x80) and Shift copies in a list that has the keyboard.
-static std::wstring Copied(HWND list, BYTE control, BYTE shift, int until = 0) {
+// What C with Ctrl and Shift (0x80; 1: pressed before, not now) copies in a list that has the keyboard.
+static std::wstring Copied(HWND list, BYTE control, BYTE shift, int until = 0, WPARAM key = 'C') {
     BYTE keys[256] = {};
     keys[VK_CONTROL] = control, keys[VK_SHIFT] = shift;
     SetKeyboardState(keys);
     REQUIRE((OpenClipboard(GetParent(list)) && EmptyClipboard()));
     SetClipboardData(CF_PRIVATEFIRST, nullptr);  // what was copied before
     if ((held = until) == 0) CloseClipboard();
-    SendMessageW(list, WM_KEYDOWN, 'C', 0);
+    SendMessageW(list, WM_KEYDOWN, key, 0);
     if (IsClipboardFormatAvailable(CF_PRIVATEFIRST)) return L"(as before)";
     REQUIRE(OpenClipboard(GetParent(list)));
     const auto text = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
@@ -71,7 +71,7 @@ TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old
     CHECK(Copied(list, 0x80, 0) == L"(as before)");  // no row is selected
     CHECK(desk::Text(line) == L"复制失败：剪贴板正被其他程序占用或内存不足，请稍后再试。");
     desk::SelectListRow(list, 0);
-    CHECK(Copied(list, 1, 1) == L"(as before)");  // pressed before, not now
+    CHECK(Copied(list, 1, 1) + Copied(list, 0x80, 0, 0, 'X') == L"(as before)(as before)");
     CHECK(Copied(list, 0x80, 0, 9) == first);
     CHECK(desk::Text(line) == L"已复制到剪贴板。");
     CHECK(Copied(list, 0x80, 0x80) ==
