@@ -192,7 +192,7 @@ TEST_CASE("a connection that the driver does not give up is left to the end of t
         CHECK(ErrorOf([&] { RunInTransaction(connection, {}, work); }) == L"any");
         CHECK(ToldBy([&] { session.Close(); }) == L"disconnect 0\ndisconnect 0\n");  // both refused
     }
-    CHECK((session.Connection() == SQL_NULL_HANDLE && LiveHandles() == 2 && OpenConnections() == 1));
+    CHECK((session.Connection() == SQL_NULL_HANDLE && handles == 2 && OpenConnections() == 1));
     CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
     RollbackTransaction(connection);  // as the end of the process does
     CHECK(OdbcSucceeded(SQLDisconnect(connection)));
