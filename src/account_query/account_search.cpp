@@ -7,8 +7,8 @@
 
 namespace {
 
-// A row whose fetch fails on a living connection is left out: one value that the server cannot deliver must
-// not hide the others.
+// A row whose fetch fails on a living connection is left out: what cannot be delivered must not hide the
+// others. Behind an error of the server itself none follow, and the names before it are what was found.
 TextRows<1> FetchAccounts(SQLHDBC connection, SQLHSTMT statement) {
     TextColumns row(statement, 1);
     TextRows<1> accounts;
