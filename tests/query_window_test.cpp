@@ -123,8 +123,8 @@ TEST_CASE("Enter queries and meanwhile its text is shown and its buttons rest un
                    desk::ShownText(line) == L"正在连接 SQL Server 并自动识别账号表：" + database.Name();
         });
     }
-    desk::WaitUntil("the end, the rows and the letter behind the Enter", [&] {
-        return buttons() == 2 && desk::Cursor() == arrow && desk::Pixels(list) != empty &&
-               desk::Text(keyword) == L"玩家q";
-    });
+    desk::WaitUntil("the end and the rows",
+                    [&] { return buttons() == 2 && desk::Cursor() == arrow && desk::Pixels(list) != empty; });
+    desk::WaitUntilInputIsTaken(desk.window);
+    CHECK(desk::Text(keyword) == L"玩家");
 }

@@ -1,6 +1,7 @@
 #include "window_driver.h"
 
 #include <algorithm>
+#include <thread>
 
 #include "failure.h"
 
@@ -66,8 +67,14 @@ void Answer(const MessageBoxView& box, int buttonId) {
     WaitUntilGone(box.window);
 }
 
+void ReadBox() {
+    constexpr Milliseconds kUntilDrawn{100};
+    std::this_thread::sleep_for(kUntilDrawn + Milliseconds{GetDoubleClickTime()});
+}
+
 bool AnswerByKey(const MessageBoxView& box, WORD virtualKey, Milliseconds timeout) {
     BringToFront(box.window);
+    ReadBox();
     TapKey(virtualKey);
     return HappensWithin(timeout, [&] { return !IsWindow(box.window); });
 }

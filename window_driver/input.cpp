@@ -32,9 +32,7 @@ INPUT KeyInput(WORD virtualKey, DWORD flags) {
     return input;
 }
 
-void MovePointer(HWND window, int x, int y) {
-    POINT point{x, y};
-    ClientToScreen(window, &point);
+void MovePointer(POINT point) {
     if (!SetCursorPos(point.x, point.y)) Fail("cannot move the mouse pointer");
     std::this_thread::sleep_for(kInputPause);
 }
@@ -54,10 +52,39 @@ LRESULT HitTest(HWND window, int x, int y) {
 
 void Click(HWND window, int x, int y) {
     BringToFront(window);
-    MovePointer(window, x, y);
+    POINT point{x, y};
+    ClientToScreen(window, &point);
+    ClickScreen(point);
+}
+
+POINT Middle(HWND window) {
+    const RECT place = ScreenRect(window);
+    return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
+}
+
+void ClickScreen(POINT point, int times) {
+    for (int i = 0; i < times; ++i) {
+        PressMouse(point);
+        ReleaseMouse(point);
+    }
+}
+
+void PressMouse(POINT point) {
+    MovePointer(point);
     SendInputs({MouseInput(MOUSEEVENTF_LEFTDOWN)});
-    std::this_thread::sleep_for(kInputPause);
+}
+
+void ReleaseMouse(POINT point) {
+    MovePointer(point);
     SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
+}
+
+void PressKey(WORD virtualKey) {
+    SendInputs({KeyInput(virtualKey, 0)});
+}
+
+void ReleaseKey(WORD virtualKey) {
+    SendInputs({KeyInput(virtualKey, KEYEVENTF_KEYUP)});
 }
 
 void TapKey(WORD virtualKey, std::initializer_list<WORD> held) {

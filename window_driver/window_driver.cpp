@@ -123,6 +123,11 @@ void Resize(HWND window, int width, int height) {
     }
 }
 
+void WaitUntilInputIsTaken(HWND window) {
+    constexpr int kMoreThanWait = 50;
+    for (int i = 0; i < kMoreThanWait; ++i) Send(window, WM_NULL);
+}
+
 void Close(HWND window) {
     PostMessageW(window, WM_CLOSE, 0, 0);
 }

@@ -101,6 +101,9 @@ void Resize(HWND window, int width, int height);
 /// Sends a message and returns the answer; for messages whose parameters are plain numbers.
 LRESULT Send(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0,
              Milliseconds timeout = kAnswerTimeout);
+/// Waits until a window's thread has acted upon the input that waits for it: its answers come between one
+/// message of its queue and the next.
+void WaitUntilInputIsTaken(HWND window);
 /// Asks a window to close, without waiting.
 void Close(HWND window);
 
@@ -151,8 +154,11 @@ struct MessageBoxView {
 MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kWindowTimeout);
 /// Presses one of its buttons and waits until the box is gone.
 void Answer(const MessageBoxView& box, int buttonId);
-/// Presses a key in the box (VK_RETURN, VK_ESCAPE). @return whether the box went away: Windows ignores Escape
-/// and the close box where there is no Cancel button, Wine does not.
+/// Waits as long as the program takes no input for a box that has just come up, the system's double-click
+/// time: as long as somebody takes at least to read it.
+void ReadBox();
+/// Reads the box, then presses a key in it (VK_RETURN, VK_ESCAPE). @return whether the box went away: Windows
+/// ignores Escape and the close box where there is no Cancel button, Wine does not.
 bool AnswerByKey(const MessageBoxView& box, WORD virtualKey, Milliseconds timeout = Milliseconds{3'000});
 /// Asks the box to close, as its close box does. @return whether it went away
 bool AnswerByCloseBox(const MessageBoxView& box, Milliseconds timeout = Milliseconds{3'000});
@@ -168,6 +174,19 @@ LRESULT HitTest(HWND window, int x, int y);
 void Click(HWND window, int x, int y);
 /// A key pressed and released in whatever window has the keyboard, while the others are held down.
 void TapKey(WORD virtualKey, std::initializer_list<WORD> held = {});
+
+// The same without asking or moving a window: also while a program's thread is busy.
+
+/// The middle of a window on the screen.
+POINT Middle(HWND window);
+/// Moves the pointer, then presses and releases its main button so many times.
+void ClickScreen(POINT point, int times = 1);
+/// Moves the pointer there and presses its main button, or releases it.
+void PressMouse(POINT point);
+void ReleaseMouse(POINT point);
+/// A key that goes down, or comes up; going down again it repeats as a key that is held does.
+void PressKey(WORD virtualKey);
+void ReleaseKey(WORD virtualKey);
 
 // ---- What a person sees while a window's thread is busy and answers nothing -------------------------------
 

@@ -11,6 +11,7 @@
 #include "app/controls.h"
 #include "app/list_copy.h"
 #include "app/resource.h"
+#include "app/stale_input.h"
 
 namespace {
 
@@ -73,8 +74,9 @@ LRESULT FramedWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             OnSize(wParam);
             return 0;
         case WM_COMMAND:
-            if (OnCommand(LOWORD(wParam))) return 0;
-            break;
+            if (!OnCommand(LOWORD(wParam))) break;
+            DropInputSoFar();
+            return 0;
         case WM_NOTIFY:
             OnNotification(*reinterpret_cast<const NMHDR*>(lParam));
             return 0;

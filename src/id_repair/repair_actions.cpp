@@ -1,4 +1,5 @@
 #include "app/controls.h"
+#include "app/stale_input.h"
 #include "id_repair/batch_repair.h"
 #include "id_repair/new_ids.h"
 #include "id_repair/repair_layout.h"
@@ -43,7 +44,7 @@ bool RepairWindow::Confirm(const std::wstring& question, const wchar_t* title) {
     constexpr UINT kNoByDefault = MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2;
     const ShownCursor answering(IDC_ARROW);
     Taskbar().Finish();
-    if (MessageBoxW(Handle(), question.c_str(), title, kNoByDefault) != IDYES) return false;
+    if (ShowMessageBox(Handle(), question.c_str(), title, kNoByDefault) != IDYES) return false;
     Taskbar().Start(Handle());
     return true;
 }
@@ -51,7 +52,7 @@ bool RepairWindow::Confirm(const std::wstring& question, const wchar_t* title) {
 void RepairWindow::Announce(const wchar_t* text, const wchar_t* title) {
     const ShownCursor answering(IDC_ARROW);
     Taskbar().Finish();
-    MessageBoxW(Handle(), text, title, MB_ICONINFORMATION);
+    ShowMessageBox(Handle(), text, title, MB_ICONINFORMATION);
 }
 
 void RepairWindow::OnDetectDuplicates() {

@@ -14,6 +14,12 @@ struct doctest::StringMaker<Text> {
     static String convert(std::wstring_view text) { return WideToUtf8(text).c_str(); }
 };
 
+// A row's name, which doctest would print as its address.
+template <>
+struct doctest::StringMaker<const char*> {
+    static String convert(const char* text) { return text; }
+};
+
 /// A row of the simplest tables: the failed check prints both texts, so that no row needs a name.
 struct TextRow {
     std::wstring_view in, expected;

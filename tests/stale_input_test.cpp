@@ -1,0 +1,206 @@
+#include <functional>
+#include <optional>
+
+#include "support/desk_fixture.h"
+
+namespace {
+
+void Tap(WORD first, WORD second) {
+    desk::TapKey(first);
+    desk::TapKey(second);
+}
+
+void ClickOn(HWND control) {
+    desk::ClickScreen(desk::Middle(control));
+}
+
+// The painted glyph at the right end of a window's caption.
+POINT CloseGlyph(HWND window) {
+    POINT point = {desk::ClientSize(window).cx - 22, 30};
+    ClientToScreen(window, &point);
+    return point;
+}
+
+POINT SecondRow(HWND list) {
+    const RECT place = desk::ScreenRect(list);
+    return {place.left + 40, place.top + 50};
+}
+
+// Begins work, and does something else while the server is slow with it.
+template <class Begin, class Act>
+void DoDuringWork(const Trace& trace, Begin begin, Act act) {
+    const Faults slow("slow\texecute\t*\t100\n");
+    begin();
+    desk::WaitUntil("the work to begin", [&] { return !trace.Events().empty(); });
+    act();
+}
+
+// Two zones with a duplicate selected, ready for each action.
+struct Ready : RepairDesk {
+    Ready() {
+        DetectAndSelect();
+        desk::SetText(Child(kNewIdEdit), L"200001");
+        desk::BringToFront(window);
+    }
+};
+
+// The same, and the place where the Yes of a repair's question comes up each time.
+struct Question : Ready {
+    explicit Question(int id) : button(Child(id)) {
+        const desk::MessageBoxView box = PressForBox(id);
+        yes = desk::Middle(desk::Child(box.window, IDYES));
+        desk::Answer(box, IDNO);
+    }
+    HWND button;
+    POINT yes;
+};
+
+}  // namespace
+
+TEST_CASE("a question is answered only by what is done after it has been on show") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    using Act = std::function<void(POINT yes)>;
+    struct Row {
+        const char* name;
+        Act duringThePlan, atOnce, later;  // at once: as soon as the question is on show
+    };
+    const Act nothing = [](POINT) {};
+    const Act click = [](POINT yes) { desk::ClickScreen(yes); }, y = [](POINT) { desk::TapKey('Y'); };
+    const Act hold = [](POINT) { desk::PressKey('Y'); };
+    const Row rows[] = {
+        {"a click where Yes will be", click, nothing, nothing},
+        {"a double click there", [](POINT yes) { desk::ClickScreen(yes, 2); }, nothing, nothing},
+        {"Y", y, nothing, nothing},
+        {"Alt+Y", [](POINT) { desk::TapKey('Y', {VK_MENU}); }, nothing, nothing},
+        {"Left and Enter", [](POINT) { Tap(VK_LEFT, VK_RETURN); }, nothing, nothing},
+        {"Tab and Space", [](POINT) { Tap(VK_TAB, VK_SPACE); }, nothing, nothing},
+        {"Y held down", hold, nothing, hold},
+        {"a click on Yes at once", nothing, click, nothing},
+        {"Y at once", nothing, y, nothing},
+    };
+    for (const auto& [id, title, cancelled] :
+         {std::tuple(int{kRepairButton}, L"确认修复角色唯一 ID", L"已取消修复，数据库未修改。"),
+          {kRepairAllButton, L"确认批量修复全部重复 ID", L"已取消批量修复，数据库未修改。"}}) {
+        std::optional<Question> story;
+        for (const Row& row : rows) {
+            CAPTURE(title);
+            CAPTURE(row.name);
+            if (!story) story.emplace(id);
+            const AllContents before = story->zones.Contents();
+            DoDuringWork(
+                Trace(), [&] { ClickOn(story->button); }, [&] { row.duringThePlan(story->yes); });
+            const desk::MessageBoxView box = desk::WaitForMessageBox(story->window);
+            row.atOnce(story->yes);
+            desk::ReadBox();
+            row.later(story->yes);
+            desk::WaitUntilInputIsTaken(story->window);
+            desk::ReleaseKey('Y');
+            const bool isOpen = box.title == title && IsWindow(box.window);
+            CHECK(isOpen);
+            CHECK(story->zones.Contents() == before);
+            if (isOpen) {
+                ClickOn(desk::Child(box.window, IDNO));
+                story->WaitForStatus(cancelled);
+            } else {
+                story.reset();  // the next row begins anew
+            }
+        }
+    }
+}
+
+TEST_CASE("a question and a notice that have been read are answered with mouse and keyboard") {
+    const Question story(kRepairButton);
+    const auto read = [&](const wchar_t* title) {
+        const desk::MessageBoxView box = desk::WaitForMessageBox(story.window);
+        CHECK(box.title == title);
+        desk::ReadBox();
+        return box;
+    };
+    ClickOn(story.button);
+    const desk::MessageBoxView question = read(L"确认修复角色唯一 ID");
+    desk::ClickScreen(story.yes, 2);  // the second time too late: the repair has begun
+    desk::TapKey(VK_RETURN);
+    const desk::MessageBoxView notice = read(L"修复完成");
+    CHECK(IsWindow(notice.window) == TRUE);
+    desk::TapKey(VK_RETURN);
+    story.WaitForStatus(
+        L"分析完成：重复角色 2 个，重复行会 2 个。默认未修改数据库。请选择目标库后可批量修复。");
+}
+
+TEST_CASE("the program ends behind the work during which the taskbar has asked for it") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const Ready story;
+    DoDuringWork(
+        Trace(), [&] { ClickOn(story.Child(kDetectButton)); },
+        [&] { PostMessageW(story.desk.window, WM_SYSCOMMAND, SC_CLOSE, 0); });
+    CHECK(story.desk.tool->WaitForEnd() == 0);
+}
+
+TEST_CASE("what is done while an action works starts nothing afterwards") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    using Act = std::function<void(const RepairDesk&, HWND window, HWND button)>;
+    struct Row {
+        const char* name;
+        int action;
+        Act during, afterwards;
+    };
+    const Act nothing = [](auto&, HWND, HWND) {}, again = [](auto&, HWND, HWND button) { ClickOn(button); };
+    const Act close = [](auto&, HWND window, HWND) { desk::ClickScreen(CloseGlyph(window)); };
+    const Row rows[] = {
+        {"detection, clicked again", kDetectButton, again, nothing},
+        {"analysis, clicked again", kAnalyzeButton, again, nothing},
+        {"analysis, detection clicked", kAnalyzeButton,
+         [](auto& story, HWND, HWND) { ClickOn(story.Child(kDetectButton)); }, nothing},
+        {"repair, clicked again", kRepairButton, again, nothing},
+        {"batch repair, clicked again", kRepairAllButton, again, nothing},
+        {"query, clicked again", kQueryButton, again, nothing},
+        {"query, Enter again", kKeywordEdit, [](auto&, HWND, HWND) { desk::TapKey(VK_RETURN); }, nothing},
+        {"detection, a row of its list clicked", kDetectButton,
+         [](auto& story, HWND, HWND) { desk::ClickScreen(SecondRow(story.Child(kRoleList))); }, nothing},
+        {"detection, its window's cross clicked", kDetectButton, close, nothing},
+        {"detection, the cross pressed and then released", kDetectButton,
+         [](auto&, HWND window, HWND) { desk::PressMouse(CloseGlyph(window)); },
+         [](auto&, HWND window, HWND) { desk::ReleaseMouse(CloseGlyph(window)); }},
+        {"detection, Alt+F4", kDetectButton, [](auto&, HWND, HWND) { desk::TapKey(VK_F4, {VK_MENU}); },
+         nothing},
+        {"query, its window's cross clicked", kQueryButton, close, nothing},
+    };
+    const auto check = [](const Row& row) {
+        const Ready story;
+        const bool ofQuery = row.action < kServerEdit;
+        if (ofQuery) {
+            desk::Close(story.window);  // it would lie above the other one
+            desk::WaitUntilGone(story.window);
+            desk::SetText(story.desk.Child(kKeywordEdit), L"zh");
+            ClickOn(story.desk.Child(kKeywordEdit));
+        }
+        const HWND window = ofQuery ? story.desk.window : story.window;
+        const HWND status = desk::Child(window, ofQuery ? int{kQueryStatus} : int{kRepairStatus});
+        const HWND button = desk::Child(window, row.action);
+        const Trace trace;
+        DoDuringWork(
+            trace, [&] { row.action == kKeywordEdit ? desk::TapKey(VK_RETURN) : ClickOn(button); },
+            [&] { row.during(story, window, button); });
+        if (row.action == kRepairButton || row.action == kRepairAllButton) {
+            const desk::MessageBoxView box = desk::WaitForMessageBox(window);
+            desk::ReadBox();
+            ClickOn(desk::Child(box.window, IDNO));
+        }
+        desk::WaitUntil("the end", [&] {
+            const std::wstring text = desk::Text(status);
+            return text.starts_with(L"分析完成：") || text.starts_with(L"目标库关联字段") ||
+                   text.starts_with(L"查询完成，") || text.starts_with(L"已取消");
+        });
+        row.afterwards(story, window, button);
+        const std::wstring end = desk::Text(status);
+        desk::WaitUntilInputIsTaken(window);
+        CHECK(desk::Text(status) == end);
+        std::vector<std::wstring> begun = trace.Events();
+        std::erase_if(begun, [](const std::wstring& event) { return !event.starts_with(L"connect "); });
+        CHECK(begun.size() == 1);
+    };
+    for (const Row& row : rows) {
+        CAPTURE(row.name);
+        CHECK_NOTHROW(check(row));  // a window that is gone
+    }
+}
