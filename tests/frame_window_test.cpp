@@ -1,16 +1,6 @@
 #include "app/controls.h"
 #include "support/own_windows.h"
-
-// after windows.h, which it needs
-#include <tlhelp32.h>
-
-static HWND statusLine;  // of a window that is going to look for servers
-extern "C" HANDLE WINAPI CreateToolhelp32Snapshot(DWORD flags, DWORD process) {
-    if (IsWindow(statusLine))
-        CHECK((desk::Text(statusLine) == L"正在检测 M2..." && !GetUpdateRect(statusLine, nullptr, FALSE)));
-    const auto real = GetProcAddress(GetModuleHandleW(L"kernel32"), "CreateToolhelp32Snapshot");
-    return reinterpret_cast<HANDLE(WINAPI*)(DWORD, DWORD)>(reinterpret_cast<void*>(real))(flags, process);
-}
+#include "support/replaced_functions.h"
 
 namespace {
 
@@ -213,7 +203,10 @@ TEST_CASE("keys a refresh and a status that does not fit behave as everywhere in
     desk::SetText(box, L"玩家");
     SendMessageW(box, WM_CHAR, 1, 0);  // Ctrl+A
     CHECK(SendMessageW(box, EM_GETSEL, 0, 0) == MAKELONG(0, 2));
-    statusLine = line;
+    ReplacedSnapshot refresh;
+    refresh.before = [line] {
+        CHECK((desk::Text(line) == L"正在检测 M2..." && !GetUpdateRect(line, nullptr, FALSE)));
+    };
     desk::Press(windows.Child(kRefreshButton));
     desk::Press(windows.Child(kSaveButton));
     windows.SetText(kRepairStatus, desk::Text(line));

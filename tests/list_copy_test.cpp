@@ -1,23 +1,21 @@
 #include "account_query/account_text.h"
 #include "app/controls.h"
 #include "support/own_windows.h"
+#include "support/replaced_functions.h"
 
-static int held;  // pauses of the program until another window closes the clipboard; 0: it is closed
-extern "C" {
-decltype(&Sleep) __imp_Sleep = [](DWORD milliseconds) {
-    if (milliseconds == 10 && --held == 0) CloseClipboard();
-    SleepEx(milliseconds, FALSE);
-};
-}
-
-// What C with Ctrl and Shift (0x80; 1: pressed before, not now) copies in a list that has the keyboard.
-static std::wstring Copied(HWND list, BYTE control, BYTE shift, int until = 0, WPARAM key = 'C') {
+// What C with Ctrl and Shift (0x80; 1: pressed before, not now) copies in a list that has the keyboard. The
+// clipboard is open in another window until the program has paused so many times.
+static std::wstring Copied(HWND list, BYTE control, BYTE shift, int pauses = 0, WPARAM key = 'C') {
     BYTE keys[256] = {};
     keys[VK_CONTROL] = control, keys[VK_SHIFT] = shift;
     SetKeyboardState(keys);
     REQUIRE((OpenClipboard(GetParent(list)) && EmptyClipboard()));
     SetClipboardData(CF_PRIVATEFIRST, nullptr);  // what was copied before
-    if ((held = until) == 0) CloseClipboard();
+    if (pauses == 0) CloseClipboard();
+    ReplacedSleep pause;
+    pause.before = [&](DWORD milliseconds) {
+        if (milliseconds == 10 && --pauses == 0) CloseClipboard();
+    };
     SendMessageW(list, WM_KEYDOWN, key, 0);
     if (IsClipboardFormatAvailable(CF_PRIVATEFIRST)) return L"(as before)";
     REQUIRE(OpenClipboard(GetParent(list)));

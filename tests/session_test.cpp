@@ -1,47 +1,14 @@
 #include "db/odbc_statement.h"
 #include "db/odbc_transaction.h"
+#include "support/replaced_functions.h"
 #include "support/test_database.h"
 #include "support/wide_text.h"
 
-// What only the caller of the driver manager can show or cause.
-static int disconnections, handles;        // calls; what it has given and not got back
-static SQLSMALLINT refusedKind;            // of handle
-static std::vector<std::wstring> records;  // instead of the driver's; an empty one cannot be read
-
-template <class Function>
-static Function* Real(Function*, const char* name) {
-    const auto found = GetProcAddress(GetModuleHandleW(L"odbc32.dll"), name);
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
-}
-extern "C" SQLRETURN SQL_API SQLDisconnect(SQLHDBC connection) {
-    return ++disconnections, Real(SQLDisconnect, "SQLDisconnect")(connection);
-}
-extern "C" SQLRETURN SQL_API SQLAllocHandle(SQLSMALLINT kind, SQLHANDLE parent, SQLHANDLE* handle) {
-    if (kind == refusedKind) return SQL_ERROR;
-    const SQLRETURN result = Real(SQLAllocHandle, "SQLAllocHandle")(kind, parent, handle);
-    return handles += OdbcSucceeded(result), result;
-}
-extern "C" SQLRETURN SQL_API SQLFreeHandle(SQLSMALLINT kind, SQLHANDLE handle) {
-    return --handles, Real(SQLFreeHandle, "SQLFreeHandle")(kind, handle);
-}
-extern "C" SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT kind, SQLHANDLE handle, SQLSMALLINT number,
-                                            SQLWCHAR* state, SQLINTEGER* native, SQLWCHAR* text,
-                                            SQLSMALLINT units, SQLSMALLINT* length) {
-    if (records.empty())
-        return Real(SQLGetDiagRecW, "SQLGetDiagRecW")(kind, handle, number, state, native, text, units,
-                                                      length);
-    if (number > static_cast<int>(records.size())) return SQL_NO_DATA;
-    const std::wstring& record = records[static_cast<size_t>(number) - 1];
-    if (record.empty()) return SQL_ERROR;
-    text[record.copy(text, static_cast<size_t>(units) - 1)] = state[std::wstring(L"HY000").copy(state, 5)] =
-        0;
-    return SQL_SUCCESS;
-}
-
 // What connecting asks the driver for, the error, how often it disconnected and what it left alive; with a
 // driver on the account side, without one on the repair side.
-static std::wstring Connecting(const wchar_t* driver = nullptr) {
-    disconnections = 0;
+static std::wstring Connecting(const wchar_t* driver = nullptr, SQLSMALLINT refusedKind = 0) {
+    ReplacedDriverManager manager;
+    manager.refusedKind = refusedKind;
     std::wstring error;
     const std::wstring told = ToldBy([&] {
         OdbcSession session;
@@ -49,8 +16,8 @@ static std::wstring Connecting(const wchar_t* driver = nullptr) {
         settings.driver = driver ? driver : L"ignored";
         error = ErrorOf([&] { driver ? session.ConnectAccountSide(settings) : session.Connect(settings); });
     });
-    return told + error + L" " + std::to_wstring(disconnections) + L"/" +
-           std::to_wstring(handles + LiveHandles());
+    return told + error + L" " + std::to_wstring(manager.disconnections) + L"/" +
+           std::to_wstring(manager.handles + LiveHandles());
 }
 
 TEST_CASE("every driver is tried in order for its time and the last one's diagnostics are the message") {
@@ -102,11 +69,9 @@ TEST_CASE("a handle that cannot be had is told in the words of its side") {
     for (const auto& [kind, repairSide, accountSide] :
          {std::tuple(SQLSMALLINT{SQL_HANDLE_ENV}, L"ODBC 环境初始化失败 0/0", L"ODBC environment failed 0/0"),
           {SQLSMALLINT{SQL_HANDLE_DBC}, L"ODBC 连接句柄初始化失败 0/0", L"ODBC connection failed 0/0"}}) {
-        refusedKind = kind;
-        CHECK(Connecting() == repairSide);
-        CHECK(Connecting(L"") == accountSide);
+        CHECK(Connecting(nullptr, kind) == repairSide);
+        CHECK(Connecting(L"", kind) == accountSide);
     }
-    refusedKind = 0;
 }
 
 TEST_CASE("one number is read from a query") {
@@ -129,10 +94,10 @@ TEST_CASE("at most six records are told in one line") {
           {{L"a\r\nb\tc \r\n\t d  e.\n"}, L"HY000: a b c d  e."},
           {{L" \r\n", longest + L"y"}, L"HY000:  | HY000: " + longest},
           {{L""}, L"ODBC 未返回详细错误"}}) {
-        records = driverTells;
+        ReplacedDriverManager manager;
+        manager.records = driverTells;
         CHECK(OdbcDiagnostics(SQL_HANDLE_DBC, SQL_NULL_HANDLE) == line);
     }
-    records.clear();
 }
 
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
@@ -162,6 +127,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
           Row{"die\tcommit\t1\n", L"", closed, 0}}) {
         CAPTURE(row.faults);
         database.Run({L"UPDATE t SET n = 0"});
+        const ReplacedDriverManager manager;
         OdbcSession session = database.Open();
         const auto work = [&] {
             ExecuteDirect(session.Connection(), L"UPDATE t SET n = 1", false);
@@ -173,7 +139,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
               }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
         ErrorOf([&] { RunSql(session, {L"UPDATE t SET n = n + 2"}); });
         REQUIRE(ToldBy([&] { session.Close(); }) == row.closing);
-        CHECK((handles == 0 && LiveHandles() == 0 && OpenConnections() == 0));
+        CHECK((manager.handles == 0 && LiveHandles() == 0 && OpenConnections() == 0));
         CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.n);
     }
 }
@@ -181,6 +147,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
 TEST_CASE("a connection that the driver does not give up is left to the end of the process") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"kept", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (0)"});
+    const ReplacedDriverManager manager;
     OdbcSession session = database.Open();
     const SQLHDBC connection = session.Connection();
     {
@@ -192,7 +159,7 @@ TEST_CASE("a connection that the driver does not give up is left to the end of t
         CHECK(ErrorOf([&] { RunInTransaction(connection, {}, work); }) == L"any");
         CHECK(ToldBy([&] { session.Close(); }) == L"disconnect 0\ndisconnect 0\n");  // both refused
     }
-    CHECK((session.Connection() == SQL_NULL_HANDLE && handles == 2 && OpenConnections() == 1));
+    CHECK((session.Connection() == SQL_NULL_HANDLE && manager.handles == 2 && OpenConnections() == 1));
     CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
     RollbackTransaction(connection);  // as the end of the process does
     CHECK(OdbcSucceeded(SQLDisconnect(connection)));
