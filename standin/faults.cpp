@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
 #include <map>
 #include <mutex>
@@ -23,8 +22,11 @@
 namespace standin {
 namespace {
 
-constexpr std::string_view kPoints[] = {"connect", "statement", "prepare", "bind", "execute",   "fetch",
-                                        "commit",  "rollback",  "manual",  "auto", "disconnect"};
+using std::chrono::milliseconds;
+
+constexpr std::string_view kPoints[] = {"connect", "statement", "commit",    "rollback",
+                                        "manual",  "auto",      "disconnect"};
+constexpr std::string_view kStatementPoints[] = {"prepare", "bind", "execute", "fetch"};
 
 enum class Kind { kFail, kDie, kSlow, kRefuse, kSilent };
 constexpr std::pair<std::string_view, Kind> kKinds[] = {
@@ -33,9 +35,11 @@ constexpr std::pair<std::string_view, Kind> kKinds[] = {
 struct Fault {
     Kind kind = Kind::kFail;
     std::string point;
+    std::string piece;  // of the statement; in every one when it is empty
+    int calls = 0;      // so far, of those that it is about
     int first = 1;
     int last = 1;
-    int sleep = 0;  // milliseconds
+    milliseconds sleep{};
     std::vector<DiagRecord> records;
 };
 
@@ -45,9 +49,8 @@ using Stamp = std::tuple<std::int64_t, std::int64_t, std::int64_t, ino_t>;
 struct Plan {
     Stamp stamp{};
     std::vector<Fault> faults;
-    int second = 1000;  // milliseconds
+    milliseconds second{1000};
     std::string badLine;
-    std::map<std::string, int> calls;  // by their points
 };
 
 Stamp StampOf(const std::string& path) {
@@ -78,18 +81,23 @@ bool ReadFault(const std::string& line, Fault& fault) {
         fault.point = next();
         break;
     }
+    const bool hasStatement = std::ranges::count(kStatementPoints, fault.point) > 0;
     std::string range = next();
+    if (hasStatement && range.size() > 2 && range.starts_with('\'') && range.ends_with('\'')) {
+        fault.piece = range.substr(1, range.size() - 2);
+        range = next();
+    }
     if (range == "*") range = "1+";
     const bool open = range.ends_with('+');
     if (open) range.pop_back();
     fault.first = ReadNumber(range);
     fault.last = open ? std::numeric_limits<int>::max() : fault.first;
-    if (std::ranges::count(kPoints, fault.point) == 0 || fault.first < 1) return false;
+    if ((!hasStatement && std::ranges::count(kPoints, fault.point) == 0) || fault.first < 1) return false;
     if (fault.kind == Kind::kRefuse || fault.kind == Kind::kSilent)
         return fault.point == "connect" && isEnd();
     if (fault.kind == Kind::kSlow) {
-        fault.sleep = ReadNumber(next());
-        return fault.sleep >= 0 && isEnd();
+        fault.sleep = milliseconds(ReadNumber(next()));
+        return fault.sleep.count() >= 0 && isEnd();
     }
     if (fault.kind == Kind::kDie && isEnd()) {
         fault.records = {MakeRecord(kReset), MakeRecord(kLost)};
@@ -115,8 +123,8 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
         Fault fault;
         constexpr std::string_view kSecond = "second\t";
         if (line.starts_with(kSecond)) {
-            plan.second = ReadNumber(std::string_view(line).substr(kSecond.size()));
-            if (plan.second < 0) plan.badLine = line;
+            plan.second = milliseconds(ReadNumber(std::string_view(line).substr(kSecond.size())));
+            if (plan.second.count() < 0) plan.badLine = line;
         } else if (ReadFault(line, fault)) {
             plan.faults.push_back(std::move(fault));
         } else if (!line.empty()) {
@@ -127,7 +135,7 @@ Plan ReadPlan(const std::string& path, const Stamp& stamp) {
 }
 
 /// The part of the plan that this call meets; the lock is not held while it is carried out.
-Plan MeetFaults(const std::string& serverDirectory, const std::string& point) {
+Plan MeetFaults(const std::string& serverDirectory, const std::string& point, const std::string& statement) {
     static std::mutex mutex;
     static std::map<std::string, Plan> plans;
     const std::lock_guard lock(mutex);
@@ -135,17 +143,13 @@ Plan MeetFaults(const std::string& serverDirectory, const std::string& point) {
     Plan& plan = plans[serverDirectory];
     if (const Stamp stamp = StampOf(path); stamp != plan.stamp) plan = ReadPlan(path, stamp);
     if (!plan.badLine.empty()) Fail(kFaultLine, plan.badLine);
-    const int call = ++plan.calls[point];
     Plan met;
     met.second = plan.second;
-    for (const Fault& fault : plan.faults) {
-        if (fault.point == point && call >= fault.first && call <= fault.last) met.faults.push_back(fault);
+    for (Fault& fault : plan.faults) {
+        if (fault.point != point || statement.find(fault.piece) == statement.npos) continue;
+        if (++fault.calls >= fault.first && fault.calls <= fault.last) met.faults.push_back(fault);
     }
     return met;
-}
-
-void Sleep(std::int64_t milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
 /// The counts and the file that shows them. It goes with the process; a process that is killed leaves it.
@@ -164,18 +168,19 @@ struct LiveCounts {
 
 }  // namespace
 
-Greeting CountCall(const std::string& serverDirectory, const std::string& point, unsigned loginTimeout) {
-    const Plan met = MeetFaults(serverDirectory, point);
-    constexpr std::int64_t kNoEnd = std::numeric_limits<int>::max();
-    std::int64_t patience = loginTimeout == 0 ? kNoEnd : std::int64_t{loginTimeout} * met.second;
+Greeting CountCall(const std::string& serverDirectory, const std::string& point, const std::string& statement,
+                   unsigned loginTimeout) {
+    const Plan met = MeetFaults(serverDirectory, point, statement);
+    constexpr milliseconds kNoEnd(std::numeric_limits<int>::max());
+    milliseconds patience = loginTimeout == 0 ? kNoEnd : loginTimeout * met.second;
     const auto giveUp = [&](Greeting greeting) {
-        Sleep(patience);
+        std::this_thread::sleep_for(patience);
         return greeting;
     };
     for (const Fault& fault : met.faults) {
         if (fault.kind == Kind::kRefuse) return giveUp(Greeting::kRefuses);
         if (fault.kind == Kind::kSilent || fault.sleep > patience) return giveUp(Greeting::kIsSilent);
-        Sleep(fault.sleep);
+        std::this_thread::sleep_for(fault.sleep);
         patience -= fault.sleep;
         if (fault.kind == Kind::kDie) throw ConnectionDied(fault.records);
         if (fault.kind == Kind::kFail) throw SqlError(fault.records);

@@ -26,11 +26,15 @@ enum class Greeting { kAnswers, kRefuses, kIsSilent };
 ///     second  MILLISECONDS                             how long a second of the login time-out lasts
 ///
 /// POINT is connect, statement, prepare, bind, execute, fetch, commit, rollback, manual, auto or disconnect.
-/// N is a number, "N+" or "*". STATE "-" stands for a failure without any diagnostic record. The text reaches
-/// the caller exactly as written, without the driver's prefix.
+/// N is a number, "N+" or "*". In front of it, prepare, bind, execute and fetch take a field with a piece of
+/// T-SQL between apostrophes, those inside as they are: 'UPDATE [GameA]'. Then N counts only the calls of
+/// statements that contain it as sent. STATE "-" stands for a failure without any diagnostic record. The text
+/// reaches the caller exactly as written, without the driver's prefix.
+/// @param statement     the text that the call is about; empty where it has none.
 /// @param loginTimeout  seconds; 0 for no end. Whatever is no answer is told when they are over.
 /// @throws SqlError for a fault or a line that cannot be read, ConnectionDied for "die".
-Greeting CountCall(const std::string& serverDirectory, const std::string& point, unsigned loginTimeout = 0);
+Greeting CountCall(const std::string& serverDirectory, const std::string& point,
+                   const std::string& statement = {}, unsigned loginTimeout = 0);
 
 /// Appends one event to the server's trace.txt, where that file exists: process, connection, event and text,
 /// parted by tabs, with line breaks in the text written as \n and \r. A call that a fault stopped is no

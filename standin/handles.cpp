@@ -65,7 +65,7 @@ void Connection::Connect(const std::string& connectionString) {
     directory_ = FindServer(login.server);
     number_ = ++connections;
     Note("attempt", Driver() + " " + std::to_string(loginTimeout_));
-    const Greeting greeting = CountCall(directory_, "connect", loginTimeout_);
+    const Greeting greeting = CountCall(directory_, "connect", {}, loginTimeout_);
     if (greeting != Greeting::kAnswers) {
         const bool silent = greeting == Greeting::kIsSilent;
         Warn(silent ? kNoPrelogin : kNotFound, login.server);
@@ -94,10 +94,10 @@ Session& Connection::Open() {
     return *session_;
 }
 
-void Connection::Count(const char* point) {
+void Connection::Count(const char* point, const std::string& statement) {
     Open();
     try {
-        CountCall(directory_, point);
+        CountCall(directory_, point, statement);
     } catch (const ConnectionDied&) {
         CloseCursors();
         lostInTransaction_ = session_->IsManual();
@@ -167,14 +167,14 @@ bool WriteWide(std::u16string_view text, SQLPOINTER buffer, SQLLEN room) noexcep
 }
 
 void Statement::Prepare(const std::string& sql) {
-    connection_.Count("prepare");
+    connection_.Count("prepare", sql);
     connection_.Note("prepare", sql);
     Close();
     text_ = sql;
 }
 
 SQLRETURN Statement::Execute() {
-    connection_.Count("execute");
+    Count("execute");
     connection_.Note("execute", text_);
     Close();
     connection_.Claim(this);
@@ -265,7 +265,7 @@ SqliteStmt Statement::Compile(const std::string& sql) {
 
 SQLRETURN Statement::Fetch() {
     try {
-        connection_.Count("fetch");
+        Count("fetch");
         if (!cursor_) Fail(kCursor);
         const bool isThere = std::exchange(hasFirst_, false);
         if (!atEnd_ && !isThere) atEnd_ = !connection_.Open().Db().Step(cursor_.get());

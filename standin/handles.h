@@ -77,7 +77,7 @@ public:
     Session& Open();
 
     /// Counts a call that a test may make fail; a fault of the kind "die" takes the connection down.
-    void Count(const char* point);
+    void Count(const char* point, const std::string& statement = {});
     void Note(const char* event, const std::string& text = {}) { Trace(directory_, number_, event, text); }
 
     Statement* NewStatement();
@@ -124,7 +124,7 @@ public:
         : Handle(Live::kStatement, connection.Driver()), connection_(connection) {}
     ~Statement() override { Close(); }
 
-    Connection& Owner() { return connection_; }
+    void Count(const char* point) { connection_.Count(point, text_); }
     void Free() override { connection_.FreeStatement(this); }
 
     /// Takes a batch, which nobody reads before it is executed.

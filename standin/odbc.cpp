@@ -137,7 +137,7 @@ ODBC_ENTRY SQLBindParameter(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT dire
                             SQLSMALLINT, SQLULEN size, SQLSMALLINT, SQLPOINTER value, SQLLEN,
                             SQLLEN* indicator) {
     return Call<Statement>(stmt, [&](Statement& statement) {
-        statement.Owner().Count("bind");
+        statement.Count("bind");
         if (direction != SQL_PARAM_INPUT || cType != SQL_C_WCHAR) Fail(kNotImplemented);
         statement.Bind(number, ParameterBinding{size, static_cast<const SQLWCHAR*>(value), indicator});
     });

@@ -20,8 +20,7 @@
 
 namespace {
 namespace fs = std::filesystem;
-using standin::ToUtf16;
-using standin::ToUtf8;
+using standin::ToUtf16, standin::ToUtf8;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 fs::path root;  // of all servers of this run
@@ -61,15 +60,16 @@ void WriteFile(const fs::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 
+/// Asks the faulty server for faults, with blanks for the tabs of their lines.
+void Ask(const std::string& faults) {
+    WriteFile(root / kFaulty / "faults.txt", std::regex_replace(faults, std::regex(" "), "\t"));
+}
+
 struct Statement {
     explicit Statement(SQLHDBC dbc) { SQLAllocHandle(SQL_HANDLE_STMT, dbc, &handle); }
     ~Statement() { SQLFreeHandle(SQL_HANDLE_STMT, handle); }
 
-    SQLRETURN Execute(const std::string& sql, bool prepared = false) {
-        if (!prepared) return SQLExecDirectW(handle, Wide(ToUtf16(sql).data()), SQL_NTS);
-        CHECK(SQLPrepareW(handle, Wide(ToUtf16(sql).data()), SQL_NTS) == SQL_SUCCESS);
-        return SQLExecute(handle);
-    }
+    SQLRETURN Execute(std::u16string sql) { return SQLExecDirectW(handle, Wide(sql.data()), SQL_NTS); }
     std::string Error() const { return Errors(SQL_HANDLE_STMT, handle); }
 
     /// Rows, each ended by ";"; columns parted by "|", NULL as "~", in brackets the error of a failed fetch.
@@ -78,10 +78,9 @@ struct Statement {
         SQLLEN lengths[8] = {};
         SQLSMALLINT columns = 0;
         SQLNumResultCols(handle, &columns);
-        for (SQLUSMALLINT i = 0; i < columns; ++i) {
+        for (SQLUSMALLINT i = 0; i < columns; ++i)
             SQLBindCol(handle, static_cast<SQLUSMALLINT>(i + 1), asNumbers ? SQL_C_SBIGINT : SQL_C_WCHAR,
                        texts[i], sizeof texts[0], &lengths[i]);
-        }
         std::string rows;
         SQLRETURN result = SQL_NO_DATA;
         for (int failed = 0; columns > 0 && failed < 2 && (result = SQLFetch(handle)) != SQL_NO_DATA;) {
@@ -123,16 +122,25 @@ struct Client {
     SQLRETURN Set(SQLINTEGER attribute, SQLULEN value) {
         return SQLSetConnectAttrW(dbc, attribute, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER);
     }
-    /// Runs a statement, as "PREPARE statement" in two calls. @return the rows of the first result, as
-    /// numbers for "NUMBER query", "no data" for a change without rows, or the errors
-    std::string Run(std::string sql) {
+    /// Runs a statement; as "PREPARE text:size statement" in three calls, with a parameter. @return the rows
+    /// of the first result, as numbers for "NUMBER query", "no data" for a change without rows, or the
+    /// errors, behind "PREPARE" when they came before the execution
+    std::string Run(const std::string& sql) {
+        static const std::regex form(R"((NUMBER |PREPARE (\S+):(\d+) )?([^]*))");
+        std::smatch parts;
+        std::regex_match(sql, parts, form);
+        const bool prepares = parts[2].matched;
+        std::u16string value = ToUtf16(parts.str(2)), text = ToUtf16(parts.str(4));
         Statement statement(dbc);
-        if (statement.handle == SQL_NULL_HSTMT) return Errors(SQL_HANDLE_DBC, dbc);
-        const bool prepares = sql.starts_with("PREPARE "), asNumbers = sql.starts_with("NUMBER ");
-        if (prepares || asNumbers) sql.erase(0, sql.find(' '));
-        const SQLRETURN result = statement.Execute(sql, prepares);
+        const SQLHSTMT stmt = statement.handle;
+        if (stmt == SQL_NULL_HSTMT) return Errors(SQL_HANDLE_DBC, dbc);
+        if (prepares && (SQLPrepareW(stmt, Wide(text.data()), SQL_NTS) != SQL_SUCCESS ||
+                         SQLBindParameter(stmt, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR,
+                                          std::stoul(parts[3]), 0, value.data(), 0, nullptr) != SQL_SUCCESS))
+            return "PREPARE " + statement.Error();
+        const SQLRETURN result = prepares ? SQLExecute(stmt) : statement.Execute(text);
         if (result == SQL_NO_DATA) return "no data";
-        return SQL_SUCCEEDED(result) ? statement.Rows(asNumbers) : statement.Error();
+        return SQL_SUCCEEDED(result) ? statement.Rows(parts[1] == "NUMBER ") : statement.Error();
     }
     /// Makes the call that a word stands for, or runs a statement. @return the errors, or what is told
     std::string Do(const std::string& what) {
@@ -196,8 +204,7 @@ TEST_CASE("connecting takes at most the login time-out and is told in the words 
     for (std::string line; std::getline(rows, line);) {
         std::smatch row;
         REQUIRE(std::regex_match(line, row, form));
-        WriteFile(root / kFaulty / "faults.txt",
-                  "second\t30\n" + std::regex_replace(row.str(1), std::regex(" "), "\t"));
+        Ask("second 30\n" + row.str(1));
         const Milliseconds second(30), least = second * std::atoi(row.str(2).c_str());
         Client client;
         if (row.str(2) == "5") client.Set(SQL_ATTR_LOGIN_TIMEOUT, 5);
@@ -214,27 +221,26 @@ TEST_CASE("connecting takes at most the login time-out and is told in the words 
 
 TEST_CASE("a lost connection and an open transaction are told until they are let go of") {
     const std::string string = ConnectionString("master", kFaulty);
-    WriteFile(root / kFaulty / "faults.txt", "");
+    Ask("");
     Client(string).Check("CREATE DATABASE d; USE d; CREATE TABLE t(a int); INSERT INTO t(a) VALUES (1) =>");
     for (const auto& row :
          {std::pair("", R"(
             commit => / manual => / SELECT a FROM d.dbo.t => 1; / disconnect => 25000 0
             UPDATE d.dbo.t SET a = 2 => / disconnect => 25000 0 / rollback => / disconnect =>)"),
-          {"die\texecute\t2", R"(
+          {"die execute 2", R"(
             manual => / UPDATE d.dbo.t SET a = 2 => / SELECT 1 => lost / dead => yes / SELECT 1 => 08S01 0
             rollback => 08S01 0 / commit => 08S01 0 / disconnect => 25000 0 / alive => 1 1 0 1
             automatic => 08S01 0 / disconnect => / alive => 0 0 0 0)"},
-          {"die\tmanual\t1",
-           "manual => lost / rollback => / automatic => / manual => 08S01 0 / disconnect =>"},
-          {"die\texecute\t1",
+          {"die manual 1", "manual => lost / rollback => / automatic => / manual => 08S01 0 / disconnect =>"},
+          {"die execute 1",
            "SELECT 1 => lost / SELECT 1 => 08S01 0 / commit => / alive => 1 1 0 1 / disconnect =>"},
-          {"die\tauto\t1", "manual => / UPDATE d.dbo.t SET a = 2 => / automatic => lost / disconnect =>"},
-          {"die\tfetch\t2\t08S01\t5\tx", "SELECT n FROM (VALUES (1), (2)) AS v(n) => 1;(08S01 5)(08S01 0)"},
-          {"fetch\t2\tHY000\t5\tx", R"(
+          {"die auto 1", "manual => / UPDATE d.dbo.t SET a = 2 => / automatic => lost / disconnect =>"},
+          {"die fetch 2 08S01 5 x", "SELECT n FROM (VALUES (1), (2)) AS v(n) => 1;(08S01 5)(08S01 0)"},
+          {"fetch 2 HY000 5 x", R"(
             SELECT n FROM (VALUES (1), (2), (3)) AS v(n) => 1;(HY000 5) / SELECT a FROM d.dbo.t => 1; / dead => no)"}}) {
         CAPTURE(row.first);
         Client client(string);
-        WriteFile(root / kFaulty / "faults.txt", row.first);
+        Ask(row.first);
         client.Check(row.second);
     }
     Client(string).Check("SELECT a FROM d.dbo.t => 1;");
@@ -261,38 +267,23 @@ TEST_CASE("text is compared and sorted as Chinese_PRC_CI_AS does") {
 }
 
 TEST_CASE("the largest number is exact, and too large for 64 bits at most when it is read") {
-    const std::string steps = R"(
-        INSERT INTO Guilds (ID) VALUES (N'12a'), (N'+15') => / NUMBER @ => ~;
+    World().Check(std::regex_replace(
+        R"(INSERT INTO Guilds (ID) VALUES (N'12a'), (N'+15') => / NUMBER @ => ~;
         INSERT INTO Guilds (ID) VALUES (N'9223372036854775807') => / NUMBER @ => 9223372036854775807;
         INSERT INTO Guilds (ID) VALUES (N'9223372036854775808') => / NUMBER @ => (22003 0)
         INSERT INTO Guilds (ID) VALUES (N'99999999999999999999999999999999999999') => / NUMBER @ => (22003 0)
         @ => 99999999999999999999999999999999999999;
-        INSERT INTO Guilds (ID) VALUES (N'100000000000000000000000000000000000000') => / NUMBER @ => 22003 8115)";
-    World().Check(std::regex_replace(
-        steps, std::regex("@"),
+        INSERT INTO Guilds (ID) VALUES (N'100000000000000000000000000000000000000') => / NUMBER @ => 22003 8115)",
+        std::regex("@"),
         "SELECT MAX(CASE WHEN ID NOT LIKE N'%[^0-9]%' THEN CONVERT(DECIMAL(38,0), ID) END) FROM Guilds"));
-}
-
-TEST_CASE("a parameter has the size of its column") {
-    World world;
-    world.Run("INSERT INTO Roles(Account) VALUES ('100%'), ('1000'), (N'玩家'), (NULL)");
-    const auto search = [&](std::u16string pattern, SQLULEN size) {
-        Statement statement(world.dbc);
-        SQLBindParameter(statement.handle, 1, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, size, 0,
-                         pattern.data(), 0, nullptr);
-        const SQLRETURN result = statement.Execute(
-            "SELECT TOP (1) Account FROM Roles WHERE Account LIKE ? ESCAPE N'\\' ORDER BY ID ASC", true);
-        return result == SQL_SUCCESS ? statement.Rows() : statement.Error();
-    };
-    CHECK(search(u"%00\\%", 5) == "100%;");
-    CHECK(search(u"%家%", 3) == "玩家;");
-    CHECK(search(u"%12%", 3) == "22001 0");
 }
 
 TEST_CASE("values are converted, matched and stored, or refused with state and number") {
     World().Check(R"(
         SELECT 1 WHERE NULL = NULL OR NULL <> 1 OR N'abc ' LIKE N'abc' OR N'5' LIKE N'[^0-9]' OR N'5' LIKE N'[5' =>
         SELECT 1 WHERE N'aXc' LIKE N'a[w-y]C' AND '%' LIKE '!%' ESCAPE '!' AND N'￥Ａ' LIKE N'_a' AND 'b-' LIKE '%[-]' => 1;
+        PREPARE %00\%:5 SELECT TOP (1) s FROM (VALUES ('100%'), ('1000'), (NULL)) AS v(s) WHERE s LIKE ? ESCAPE N'\' ORDER BY s ASC => 100%;
+        PREPARE %家%:3 SELECT 1 WHERE N'玩家' LIKE ? => 1; / PREPARE %12%:3 SELECT 1 WHERE '12' LIKE ? => 22001 0
         SELECT CAST(N'abcdef' AS NVARCHAR(3)), CAST(-12 AS NVARCHAR(10)), CAST(N'张三' AS varchar(3)) + '.' => abc|-12|张.;
         SELECT CAST('a' AS char(3)) + N'b', LTRIM(RTRIM('  a ')) + '.', CONVERT(varchar(9), 10 + NULL) => a  b|a.|~;
         SELECT CAST(' 7 ' AS int) + '5', 2 + 3 * (4 + 1), CONVERT(int, '') => 12|17|0;
@@ -305,8 +296,8 @@ TEST_CASE("values are converted, matched and stored, or refused with state and n
         INSERT INTO Roles (ID, Account) VALUES ('12345678901234567890   ', 'b'), ('x', 'A') => 23000 2601
         INSERT INTO Guilds (ID) VALUES (NULL) => 23000 515 / INSERT INTO Guilds (ID) VALUES (N'G ') => 23000 2627
         UPDATE Roles SET Zone = '3000000000' => 22003 248 / DELETE FROM Roles WHERE ID = 'none' => no data
-        PREPARE SELECT 1 FROM Missing => 42S02 208 / PREPARE SELECT 'open => 42000 105 / ROLLBACK TRANSACTION => 42000 3903
-        PREPARE SELECT 1 FROM Missing WHERE 1 LIKE ? => 07002 0
+        PREPARE x:1 SELECT 1 FROM Missing => 42S02 208 / PREPARE x:1 SELECT 'open => 42000 105 / ROLLBACK TRANSACTION => 42000 3903
+        SELECT 1 FROM Missing WHERE 1 LIKE ? => 07002 0
         SELECT CONVERT(int, s) FROM (VALUES ('1'), ('x'), ('3')) AS v(s) => 1;(22018 245)
         SELECT CONVERT(int, s) FROM (VALUES ('x'), ('1')) AS v(s) => 22018 245 / SELECT ID, Zone FROM Roles => 1                   |5;)");
 }
@@ -328,10 +319,8 @@ SELECT `a`;SELECT 1 FROM sqlite_schema;SELECT CASE WHEN 1 = 1 THEN 1)");
 TEST_CASE("one result at a time, cut texts and missing indicators") {
     Client client(ConnectionString("master"));
     Statement first(client.dbc), second(client.dbc);
-    first.Execute("SELECT n, N'张三丰', NULL FROM (VALUES (1),(2)) AS d(n)");
-    CHECK(second.Execute("SELECT 1") == SQL_ERROR);
-    CHECK(Errors(SQL_HANDLE_STMT, second.handle, true) ==
-          "HY000 0 @Connection is busy with results for another command");
+    first.Execute(u"SELECT n, N'张三丰', NULL FROM (VALUES (1),(2)) AS d(n)");
+    client.Check("SELECT 1 => HY000 0");
     char16_t text[3] = {1, 1, 1};
     SQLLEN length = 0;
     SQLBindCol(first.handle, 2, SQL_C_WCHAR, text, sizeof text, &length);
@@ -340,7 +329,7 @@ TEST_CASE("one result at a time, cut texts and missing indicators") {
     SQLBindCol(first.handle, 3, SQL_C_WCHAR, text, sizeof text, nullptr);
     CHECK((SQLFetch(first.handle) == SQL_ERROR && first.Error() == "22002 0, 01004 0"));
     CHECK(SQLFetch(first.handle) == SQL_NO_DATA);
-    CHECK(second.Execute("SELECT 1; SELECT 2") == SQL_SUCCESS);
+    CHECK(second.Execute(u"SELECT 1; SELECT 2") == SQL_SUCCESS);
     CHECK(SQLMoreResults(second.handle) == SQL_SUCCESS);
 }
 
@@ -365,8 +354,7 @@ TEST_CASE("transactions and locks between two connections") {
 
 TEST_CASE("faults and traces are asked for in files") {
     WriteFile(root / kFaulty / "trace.txt", "");
-    WriteFile(root / kFaulty / "faults.txt",
-              "slow\texecute\t2\t80\nexecute\t3\t40001\t9\tx\nstatement\t4\tHY001\t2\tx");
+    Ask("slow execute 2 80\nexecute 3 40001 9 x\nstatement 4 HY001 2 x");
     Client client(ConnectionString("master", kFaulty));
     const auto start = Clock::now();
     CHECK(client.Run("CREATE DATABASE e;\nUSE e; CREATE TABLE t(a int)") == "");
@@ -381,10 +369,23 @@ TEST_CASE("faults and traces are asked for in files") {
     const std::string trace = ReadFile(root / kFaulty / "trace.txt");
     for (const char* event :
          {"attempt\tODBC Driver 18 for SQL Server 15\n", "connect\tmaster\n",
-          "execute\tCREATE DATABASE e;\\nUSE e; CREATE TABLE t(a int)\n",
-          "execute\tSELECT a FROM t WITH (UPDLOCK, holdlock)\n", "hints\tUPDLOCK,HOLDLOCK\n",
+          "execute\tCREATE DATABASE e;\\nUSE e; CREATE TABLE t(a int)\n", "hints\tUPDLOCK,HOLDLOCK\n",
           "disconnect\t1\n", "attempt\tODBC Driver 18 for SQL Server 5\n"})
         CHECK(trace.find(event) != trace.npos);
+}
+
+TEST_CASE("a fault names the statement that it hits, and a line that says it wrong is told") {
+    Client client(ConnectionString("master", kFaulty));
+    Ask("prepare ''b'' 2 HY000 1 x\nbind ''b'' 2 HY000 2 x\nexecute ''b'' 2 HY000 3 x\nfetch ''b'' 4 HY000 "
+        "4 x");
+    client.Check(
+        R"(PREPARE x:1 SELECT 'b' + ? => bx; / PREPARE x:1 SELECT 'a' + ? => ax; / PREPARE x:1 SELECT 'b' + ? => PREPARE HY000 1
+        PREPARE x:1 SELECT 'b' + ? => PREPARE HY000 2 / PREPARE x:1 SELECT 'b' + ? => HY000 3 / PREPARE x:1 SELECT 'b' + ? => (HY000 4))");
+    for (const std::string line : {"fetch '' 1", "fetch 'b 1", "fetch ' 1", "fetch 'b'", "commit 'b' 1"}) {
+        CAPTURE(line);
+        Ask(line + " HY000 5 x");
+        client.Check("SELECT 1 => HY000 0");
+    }
 }
 
 TEST_CASE("CAST leaves an index in use on both sides") {
