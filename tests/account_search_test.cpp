@@ -111,14 +111,18 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
                                             L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
                                             L"('sane', NULL)"});
     const std::wstring kFirst = L"dbo.account.account same sane", kSecond = L"dbo.account.login same";
+    const std::string scan = "\t'.COLUMNS'\t", probe = "\t'TOP (1)'\t", search = "\t'TOP (100)'\t";
     using Row = std::pair<std::wstring, std::vector<std::string>>;
     for (const auto& [found, points] :
-         {Row{kSecond, {"statement\t2", "prepare\t1", "bind\t1", "execute\t2"}},
+         {Row{kSecond,
+              {"statement\t2", "prepare" + probe + "1", "bind" + probe + "1", "execute" + probe + "1"}},
           // An error between two rows is the last that the server sends.
-          Row{kFirst, {"fetch\t4"}}, Row{L"dbo.account.account same", {"fetch\t6"}},
-          Row{kFirst, {"fetch\t7"}}, Row{L"ODBC statement failed", {"statement\t1", "statement\t3"}},
+          Row{kFirst, {"fetch" + probe + "1"}}, Row{L"dbo.account.account same", {"fetch" + search + "2"}},
+          Row{kFirst, {"fetch" + search + "3"}},
+          Row{L"ODBC statement failed", {"statement\t1", "statement\t3"}},
           Row{L"HY000: 断开",
-              {"execute\t1", "prepare\t2", "bind\t2", "execute\t3", "die\tfetch\t2", "die\tfetch\t5"}}}) {
+              {"execute" + scan + "1", "prepare" + search + "1", "bind" + search + "1",
+               "execute" + search + "1", "die\tfetch" + scan + "2", "die\tfetch" + search + "1"}}}) {
         for (const std::string& point : points) {
             CAPTURE(point);
             const Faults faults(point + "\tHY000\t1\t断开\n");

@@ -121,7 +121,7 @@ TEST_CASE("after half a detection the questions name what is stored and only tha
     story.Detect();
     desk::SetText(databaseB, third);
     {
-        const Faults noGuilds("execute\t2\tHY000\t1\tx\n");
+        const Faults noGuilds("execute\t'TBL_GUILD_INFO'\t1\tHY000\t1\tx\n");
         story.Press(kDetectButton);
     }
     CHECK(story.Status() == L"检测失败：HY000: x");

@@ -121,7 +121,7 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
               L"(nothing)"},
           Row{"commit\t1\tHY000\t1\tx\n", L"rollback \nauto \n", closed}, Row{cannotEnd, byStatement, closed},
           // When nothing can roll back, automatic commit stays off: switching it on would commit.
-          Row{cannotEnd + "execute\t2\tHY000\t1\tx\n", L"", triedAgain, 0},
+          Row{cannotEnd + "execute\t'ROLLBACK'\t1\tHY000\t1\tx\n", L"", triedAgain, 0},
           Row{cannotEnd + "statement\t2\tHY000\t1\tx\n", L"", triedAgain, 0},
           // A driver that has lost the connection lets go of it when it is told to commit automatically.
           Row{"die\tcommit\t1\n", L"", closed, 0}}) {
@@ -151,7 +151,7 @@ TEST_CASE("a connection that the driver does not give up is left to the end of t
     OdbcSession session = database.Open();
     const SQLHDBC connection = session.Connection();
     {
-        const Faults faults("rollback\t1+\tHY000\t1\tx\nexecute\t2+\tHY000\t1\tx\n");
+        const Faults faults("rollback\t1+\tHY000\t1\tx\nexecute\t'ROLLBACK'\t1+\tHY000\t1\tx\n");
         const auto work = [&] {
             ExecuteDirect(connection, L"UPDATE t SET n = 1", false);
             throw RuntimeError("any");
