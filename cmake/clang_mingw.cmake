@@ -12,3 +12,4 @@ string(JOIN " " CMAKE_CXX_FLAGS_INIT -nostdlibinc
 # The POSIX-threads variant of the run-time needs the threads library. GNU ld reports a function as defined twice when
 # only one of the two compilers puts it into the section of rarely called code; LLVM's linker accepts that.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld -Wno-unused-command-line-argument -B ${gcc_folder} -L ${gcc_folder} -pthread")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")
