@@ -29,7 +29,9 @@ TEST_CASE("a DLL that lies beside the program is not loaded at the start nor by 
     };
     for (const Row& row : {Row{"ODBC32", "called by the program"},
                            {"COMCTL32", "called by the program"},
-                           {"UXTHEME", "loaded by COMCTL32"}}) {
+                           {"UXTHEME", "loaded by COMCTL32"},
+                           {"CRYPTSP", "loaded by the CryptoAPI of Windows"},
+                           {"BCRYPT", "loaded by the CryptoAPI of Wine"}}) {
         CAPTURE(row.dll);
         CAPTURE(row.reason);
         const std::wstring dll = Utf8ToWide(row.dll);
