@@ -132,6 +132,8 @@ void MeasureRefresh() {
 constexpr const wchar_t* kCells[] = {L"10000001", L"角色12345", L"角色12345", L"account12345",
                                      L"account12345"};
 
+constexpr ListColumn kListColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
+
 // The list as the repair window has it, in a window that can be seen.
 HWND CreateVisibleList() {
     const HWND window = CreateWindowExW(0, WC_STATICW, L"", WS_POPUP | WS_VISIBLE, 0, 0, 1160, 860, nullptr,
@@ -139,8 +141,7 @@ HWND CreateVisibleList() {
     constexpr ControlSpec kSpecs[] = {{1, ControlKind::List, L""}};
     constexpr ControlPlace kPlaces[] = {{1, 0, 0, 860, 380}};
     CreateControls(window, kSpecs, kPlaces, static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
-    constexpr ListColumn kColumns[] = {{L"1", 210}, {L"2", 160}, {L"3", 160}, {L"4", 150}, {L"5", 150}};
-    SetUpList(GetDlgItem(window, 1), kColumns);
+    SetUpList(GetDlgItem(window, 1), kListColumns);
     return GetDlgItem(window, 1);
 }
 
@@ -168,9 +169,8 @@ void MeasureListFilling() {
     const HWND list = CreateVisibleList();
     const auto fill = [&] {
         {
-            ListFill rows(list, kRows);
-            for (int i = 0; i < kRows; ++i)
-                rows.AddRow({kCells[0], kCells[1], kCells[2], kCells[3], kCells[4]});
+            ListFill rows(list, kListColumns, kRows);
+            for (int i = 0; i < kRows; ++i) rows.AddRow(kCells);
         }
         Paint(list);
     };

@@ -59,7 +59,8 @@ TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old
     CHECK(desk::Text(line).substr(0, 5) == L"查询完成，");  // a copy that works tells nothing
     const std::wstring endless(1100, L'长'), first = L"二区\t\"张\t三\r\n\t";
     {
-        ListFill rows(list, 3);
+        constexpr ListColumn kColumns[3] = {};
+        ListFill rows(list, kColumns, 3);
         rows.AddRow({L"二区", L"\"张\t三\r\n", L""});
         rows.AddRow({L"一区", L"G\"", L"玩家**三"});
         rows.AddRow({endless.c_str(), L"", L"\""});
@@ -75,6 +76,6 @@ TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old
     CHECK(Copied(list, 0x80, 0x80) ==
           L"区服\t数据库\t账号（已隐藏）\r\n二区\t\"\"\"张 三  \"\t\r\n一区\tG\"\t玩家**三\r\n" +
               endless.substr(0, 1023) + L"\t\t\"\"\"\"\r\n");
-    { const ListFill none(list, 0); }
+    { const ListRefill none(list, 0); }
     CHECK(Copied(list, 0x80, 0x80) == L"(as before)");
 }

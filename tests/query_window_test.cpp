@@ -10,11 +10,13 @@ struct Accounts : TestDatabase {
                        L"INSERT INTO TBL_ACCOUNT (FLD_ACCOUNT) VALUES (N'玩家一二三'), (N'玩家'), (NULL)"}) {}
 };
 
-// What stands in the list: "zone,database,account;" for each row.
+// What stands in the list: "zone,database,account,;" for each row, all its columns.
 std::wstring Listed(const Desk& desk) {
     std::wstring text;
-    for (const auto& row : desk::ListRows(desk.Child(kAccountList)))
-        text += row[0] + L"," + row[1] + L"," + row[2] + L";";
+    for (const auto& row : desk::ListRows(desk.Child(kAccountList))) {
+        for (const std::wstring& cell : row) text += cell + L",";
+        text += L";";
+    }
     return text;
 }
 
@@ -43,14 +45,14 @@ TEST_CASE("accounts are queried from the running zones") {
         CHECK(desk.Status() == status);
         CHECK(Listed(desk) == rows);
     };
-    const std::wstring zone = L"青龙一区," + first.Name() + L",", both = zone + L"**;" + zone + L"玩家**三;";
+    const std::wstring zone = L"青龙一区," + first.Name() + L",", both = zone + L"**,;" + zone + L"玩家**三,;";
     const std::wstring found = L"：dbo.TBL_ACCOUNT.FLD_ACCOUNT；中间两位已隐藏。";
     check(L" 玩家 ", L"查询完成，匹配到 2 个账号；自动识别" + found, both);
     check(L"  a ", L"账号关键字至少输入 2 位。", both);  // left as it was
-    check(L"没有这个人", L"查询完成，匹配到 0 个账号；自动识别" + found, L"没有匹配账号,,;");
+    check(L"没有这个人", L"查询完成，匹配到 0 个账号；自动识别" + found, L"没有匹配账号,,,;");
     desk::SetText(desk.Child(kTableEdit), L" dbo.TBL_ACCOUNT ");
     desk::SetText(desk.Child(kFieldEdit), L" FLD_ACCOUNT ");
-    check(L"一二", L"查询完成，匹配到 1 个账号；手动配置" + found, zone + L"玩家**三;");
+    check(L"一二", L"查询完成，匹配到 1 个账号；手动配置" + found, zone + L"玩家**三,;");
     CHECK(HasSaved(desk, "AccountTable=dbo.TBL_ACCOUNT\r\nAccountField=FLD_ACCOUNT"));
     desk::SetText(desk.Child(kTableEdit), L"");
     desk::ChooseComboItem(desk.Child(kZoneCombo), 1);
@@ -80,7 +82,7 @@ TEST_CASE("a refresh saves the settings and lists what runs now under the name t
     const auto zones = [&] { return desk::ComboItems(desk.Child(kZoneCombo)); };
     CHECK(zones() == std::vector{L"一区  |  " + database.Name()});
     desk.Query(L"玩家");
-    CHECK(Listed(desk) == L"一区," + database.Name() + L",**;");  // one of two
+    CHECK(Listed(desk) == L"一区," + database.Name() + L",**,;");  // one of two
     desk.folder.Write(L"Config.Json", ZoneJson("新区", database.Name()));
     desk::SetText(desk.Child(kTableEdit), std::wstring(300, L'x'));
     desk::SetText(desk.Child(kFieldEdit), std::wstring(300, L'y'));

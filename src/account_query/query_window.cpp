@@ -151,13 +151,13 @@ void QueryWindow::SaveSettings() {
 }
 
 void QueryWindow::ShowListMessage(const std::wstring& text) {
-    ListFill rows(Control(kAccountList), text.empty() ? 0 : 1);
-    if (!text.empty()) rows.AddRow({text.c_str()});
+    ListRefill rows(Control(kAccountList), text.empty() ? 0 : 1);
+    if (!text.empty()) rows.AddMessage(text.c_str());
 }
 
 void QueryWindow::ShowAccounts(const GameServerInfo& zone, const TextRows<1>& accounts) {
     if (accounts.empty()) return ShowListMessage(L"没有匹配账号");
-    ListFill rows(Control(kAccountList), accounts.size());
+    ListFill rows(Control(kAccountList), kColumns, accounts.size());
     for (size_t i = 0; i < accounts.size(); ++i) {
         const auto [account] = accounts[i];
         rows.AddRow({zone.serverName.c_str(), zone.dbName.c_str(), MaskAccountName(account).c_str()});

@@ -128,18 +128,18 @@ void SetUpList(HWND list, std::span<const ListColumn> columns) {
     }
 }
 
-ListFill::ListFill(HWND list, size_t rowCount) : list_(list) {
+ListRefill::ListRefill(HWND list, size_t rowCount) : list_(list) {
     SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
     if (rowCount > 0) SendMessageW(list_, LVM_SETITEMCOUNT, rowCount, 0);
 }
 
-ListFill::~ListFill() {
+ListRefill::~ListRefill() {
     SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(list_, nullptr, TRUE);
 }
 
-void ListFill::AddRow(std::initializer_list<const wchar_t*> texts) {
+void ListRefill::Append(std::span<const wchar_t* const> texts) {
     LVITEMW item = {};
     item.mask = LVIF_TEXT;
     item.iItem = rows_++;

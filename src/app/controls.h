@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <initializer_list>
 #include <span>
 #include <string>
 
@@ -55,20 +54,37 @@ void SetUpList(HWND list, std::span<const ListColumn> columns);
 
 /// Replaces the rows of a list view. Drawing is off from construction to destruction, so that a long list is
 /// laid out and painted once.
-class ListFill {
+class ListRefill {
 public:
     /// Deletes all rows and announces `rowCount` new ones.
-    ListFill(HWND list, size_t rowCount);
-    ~ListFill();
-    ListFill(const ListFill&) = delete;
-    ListFill& operator=(const ListFill&) = delete;
+    ListRefill(HWND list, size_t rowCount);
+    ~ListRefill();
+    ListRefill(const ListRefill&) = delete;
+    ListRefill& operator=(const ListRefill&) = delete;
 
-    /// Appends a row with the texts of its columns from the left.
-    void AddRow(std::initializer_list<const wchar_t*> texts);
+    /// Appends a row that has a text in its first column alone.
+    void AddMessage(const wchar_t* text) { Append({&text, 1}); }
+
+protected:
+    void Append(std::span<const wchar_t* const> texts);
 
 private:
     HWND list_;
     int rows_ = 0;
+};
+
+/// The same for a list with these columns: a row has a text for each, or does not compile.
+template <size_t kColumns>
+class ListFill : public ListRefill {
+public:
+    ListFill(HWND list, const ListColumn (&)[kColumns], size_t rowCount) : ListRefill(list, rowCount) {}
+
+    /// Appends a row with the texts of its columns from the left.
+    template <size_t kTexts>
+    void AddRow(const wchar_t* const (&texts)[kTexts]) {
+        static_assert(kTexts == kColumns, "a row has a text for each column of its list");
+        Append(texts);
+    }
 };
 
 /// Disables buttons, and enables them again at the end of its scope.

@@ -152,7 +152,7 @@ void RepairWindow::OnRoleSelected() {
 
 void RepairWindow::FillDuplicateRoleList() {
     {
-        ListFill rows(Control(kRoleList), duplicateRoles_.size());
+        ListFill rows(Control(kRoleList), kRoleColumns, duplicateRoles_.size());
         for (size_t i = 0; i < duplicateRoles_.size(); ++i) {
             const DuplicateRole role = duplicateRoles_[i];
             rows.AddRow({role.userId.c_str(), role.characterA.c_str(), role.characterB.c_str(),
@@ -165,7 +165,7 @@ void RepairWindow::FillDuplicateRoleList() {
 }
 
 void RepairWindow::FillDuplicateGuildList() {
-    ListFill rows(Control(kGuildList), duplicateGuilds_.size());
+    ListFill rows(Control(kGuildList), kGuildColumns, duplicateGuilds_.size());
     for (const DuplicateGuild& guild : duplicateGuilds_) {
         rows.AddRow({guild.guildId.c_str(), guild.nameA.c_str(), guild.nameB.c_str()});
     }
@@ -180,7 +180,7 @@ void RepairWindow::FillTargetCombo(const RepairConnectionForm& form) {
 }
 
 void RepairWindow::FillFieldList(const std::vector<RelatedField>& fields) {
-    ListFill rows(Control(kFieldList), fields.size());
+    ListFill rows(Control(kFieldList), kFieldColumns, fields.size());
     for (const RelatedField& field : fields) {
         rows.AddRow({(field.schema + L"." + field.table).c_str(), field.column.c_str(),
                      field.dataType.c_str(), std::to_wstring(field.hits).c_str()});
