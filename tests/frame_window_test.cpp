@@ -5,6 +5,7 @@
 namespace {
 
 constexpr COLORREF kWhite = RGB(255, 255, 255), kBody = RGB(246, 248, 251), kGrey = RGB(92, 110, 128);
+constexpr wchar_t kTitle[] = L"Velkor版合区ID重复查询工具";
 
 // Gives a window a client area, also one below its smallest size.
 void Resize(HWND window, int width, int height) {
@@ -14,27 +15,29 @@ void Resize(HWND window, int width, int height) {
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSENDCHANGING);
 }
 
-// Paints the expected top of a window and checks that the window shows the same, pixel by pixel.
-void CheckFrame(HWND window, const wchar_t* heading, const wchar_t* subtitle, const wchar_t* section,
-                int left, COLORREF glyphs) {
-    const auto [w, bottom] = desk::ClientSize(window);
-    constexpr int kHeight = 156;  // down to the first control
-    const HDC dc = CreateCompatibleDC(nullptr);
-    const BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), w, -kHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
-    DWORD* pixels = nullptr;
-    SelectObject(dc, CreateDIBSection(dc, &info, 0, reinterpret_cast<void**>(&pixels), nullptr, 0));
-    REQUIRE(pixels);
-    SetBkMode(dc, TRANSPARENT);
-    for (const auto& [top, end, colour] : {std::tuple(0, 67, kWhite),
-                                           {67, 68, RGB(215, 225, 235)},
-                                           {68, 122, RGB(42, 78, 114)},
-                                           {122, kHeight, kBody}}) {
-        SetDCBrushColor(dc, colour);
-        const RECT area = {0, top, w, end};
-        FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
-    }
-    const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(101));
-    DrawIconEx(dc, 18, 10, icon, 26, 26, 0, nullptr, DI_NORMAL);
+std::string Size(HWND window) {
+    const auto [left, top, right, bottom] = desk::ScreenRect(window);
+    return std::to_string(right - left) + "*" + std::to_string(bottom - top);
+}
+
+std::string Look(HWND window) {
+    if (!IsWindow(window)) return "gone";
+    return IsIconic(window) ? "small" : IsZoomed(window) ? "large" : "usual";
+}
+
+// What a frame shows beside its title.
+struct Frame {
+    const wchar_t *heading, *subtitle, *section;
+    int left;  // of the section
+    COLORREF glyphs;
+};
+constexpr Frame kQueryFrame = {L"区服账号查询", L"查询账号归属区服，核对合区数据库中的账号记录", L"查询条件",
+                               16, kGrey};
+constexpr Frame kRepairFrame = {L"角色 / 行会 ID 修复", L"检测重复 ID，检查关联表，并在事务中完成统一修复",
+                                L"数据库连接", 14, RGB(90, 103, 116)};
+constexpr int kFrameHeight = 156;  // down to the first control
+
+void PaintTexts(HDC dc, int w, const std::wstring& title, const Frame& frame) {
     // A height of zero asks for the system's own font.
     const auto line = [dc](const wchar_t* text, int height, COLORREF colour, RECT area, UINT format = 0) {
         const HFONT font = CreateFontW(height, 0, 0, 0, height == -17 ? 600 : 400, 0, 0, 0, DEFAULT_CHARSET,
@@ -43,153 +46,321 @@ void CheckFrame(HWND window, const wchar_t* heading, const wchar_t* subtitle, co
         SetTextColor(dc, colour);
         DrawTextW(dc, text, -1, &area, DT_SINGLELINE | DT_VCENTER | format);
     };
-    line(desk::Text(window).c_str(), -17, RGB(48, 83, 116), {58, 2, 330, 35}, DT_END_ELLIPSIS);
+    line(title.c_str(), -17, RGB(48, 83, 116), {58, 2, 330, 35}, DT_END_ELLIPSIS);
     line(L"V2.4.1", -12, kGrey, {338, 3, 420, 34});
     line(L"合区运维工具：查账号归属，修角色与行会 ID；查询只读，修复须确认", -12, kGrey,
          {58, 37, w - 140, 64}, DT_END_ELLIPSIS);
     for (const auto& [glyph, x] : {std::pair(L"—", w - 132), {L"□", w - 88}, {L"×", w - 44}})
-        line(glyph, 0, glyphs, {x, 0, x + 44, 67}, DT_CENTER);
-    line(heading, -17, kWhite, {22, 75, w - 20, 99});
-    line(subtitle, -16, RGB(207, 222, 236), {23, 99, w - 20, 122});
-    line(section, -16, RGB(45, 64, 80), {left, 130, w - left, kHeight});
-    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN);
-    const HDC shown = GetDC(window);
-    BitBlt(dc, 0, 0, w, kHeight, shown, 0, 0, SRCINVERT);
-    GdiFlush();
-    const auto differs = [](DWORD pixel) { return (pixel & 0xFFFFFF) != 0; };
-    CHECK(std::find_if(pixels, pixels + w * kHeight, differs) - pixels == w * kHeight);       // row by row
-    CHECK((GetPixel(shown, 3, bottom - 3) == kBody && GetPixel(shown, left, 185) == kBody));  // under a label
-    ReleaseDC(window, shown);
+        line(glyph, 0, frame.glyphs, {x, 0, x + 44, 67}, DT_CENTER);
+    line(frame.heading, -17, kWhite, {22, 75, w - 20, 99});
+    line(frame.subtitle, -16, RGB(207, 222, 236), {23, 99, w - 20, 122});
+    line(frame.section, -16, RGB(45, 64, 80), {frame.left, 130, w - frame.left, kFrameHeight});
 }
 
-// The window's children in the order of creation: ID, initial of the class, lower half of the style, "+" for
-// a sunken edge, place, text; a list's text is its columns. A combo box is as high as its font makes it.
-std::wstring Described(HWND window) {
-    std::wostringstream text;
-    for (HWND child = nullptr; (child = FindWindowExW(window, child, nullptr, nullptr)) != nullptr;) {
-        const std::wstring kind = desk::ClassName(child);
-        const RECT place = desk::RectInParent(child);
-        text << L"; " << GetDlgCtrlID(child) << kind[0] << (desk::Style(child) & 0xFFFF)
-             << (desk::ExStyle(child) & WS_EX_CLIENTEDGE ? L"+ " : L" ") << place.left << L"," << place.top
-             << L" " << place.right - place.left;
-        if (kind != WC_COMBOBOXW) text << L"*" << place.bottom - place.top << L" " << desk::Text(child);
-        if (kind == WC_LISTVIEWW) {
-            for (const auto& [title, width] : desk::ListColumns(child)) text << title << width << L",";
-            constexpr LRESULT kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
-            CHECK((desk::Send(child, LVM_GETEXTENDEDLISTVIEWSTYLE) & kStyles) == kStyles);
-        }
-        constexpr DWORD kByItself = WS_CLIPSIBLINGS | WS_HSCROLL | WS_VSCROLL;
-        CHECK((desk::Style(child) & ~kByItself & 0xFFFF0000) == (WS_CHILD | WS_VISIBLE));
-        CHECK((desk::ExStyle(child) | WS_EX_CLIENTEDGE) == WS_EX_CLIENTEDGE);
-        LOGFONTW font = {};
-        GetObjectW(reinterpret_cast<HFONT>(desk::Send(child, WM_GETFONT)), sizeof font, &font);
-        CHECK((font.lfHeight == -16 && font.lfWeight == 400 && font.lfQuality == CLEARTYPE_QUALITY));
+// Paints the expected top of a window. @return the first pixel, row by row, that the window shows otherwise.
+std::string FirstPixelThatDiffers(HWND window, const Frame& frame) {
+    const int w = desk::ClientSize(window).cx;
+    const HDC dc = CreateCompatibleDC(nullptr);
+    const BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), w, -kFrameHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
+    DWORD* pixels = nullptr;
+    SelectObject(dc, CreateDIBSection(dc, &info, 0, reinterpret_cast<void**>(&pixels), nullptr, 0));
+    REQUIRE(pixels);
+    SetBkMode(dc, TRANSPARENT);
+    for (const auto& [top, end, colour] : {std::tuple(0, 67, kWhite),
+                                           {67, 68, RGB(215, 225, 235)},
+                                           {68, 122, RGB(42, 78, 114)},
+                                           {122, kFrameHeight, kBody}}) {
+        SetDCBrushColor(dc, colour);
+        const RECT area = {0, top, w, end};
+        FillRect(dc, &area, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
     }
+    const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(101));
+    DrawIconEx(dc, 18, 10, icon, 26, 26, 0, nullptr, DI_NORMAL);
+    PaintTexts(dc, w, desk::Text(window), frame);
+    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    const HDC shown = GetDC(window);
+    BitBlt(dc, 0, 0, w, kFrameHeight, shown, 0, 0, SRCINVERT);
+    ReleaseDC(window, shown);
+    GdiFlush();
+    const auto differs = [](DWORD pixel) { return (pixel & 0xFFFFFF) != 0; };
+    const auto at = std::find_if(pixels, pixels + w * kFrameHeight, differs) - pixels;
+    if (at == w * kFrameHeight) return "none";
+    return std::to_string(at % w) + "," + std::to_string(at / w);
+}
+
+COLORREF PixelOf(HWND window, int x, int y) {
+    const HDC dc = GetDC(window);
+    const COLORREF colour = GetPixel(dc, x, y);
+    ReleaseDC(window, dc);
+    return colour;
+}
+
+// One child: ID, initial of the class, lower half of the style, "+" for a sunken edge, place, text; a list's
+// text is its columns. A combo box is as high as its font makes it.
+std::wstring Described(HWND child) {
+    std::wostringstream text;
+    const std::wstring kind = desk::ClassName(child);
+    const auto [left, top, right, bottom] = desk::RectInParent(child);
+    text << GetDlgCtrlID(child) << kind[0] << (desk::Style(child) & 0xFFFF)
+         << (desk::ExStyle(child) & WS_EX_CLIENTEDGE ? L"+ " : L" ") << left << L"," << top << L" "
+         << right - left;
+    if (kind != WC_COMBOBOXW) text << L"*" << bottom - top << L" " << desk::Text(child);
+    if (kind == WC_LISTVIEWW)
+        for (const auto& [title, width] : desk::ListColumns(child)) text << title << width << L",";
     return text.str();
+}
+
+// In the order of creation.
+std::vector<HWND> Children(HWND window) {
+    std::vector<HWND> children;
+    for (HWND child = nullptr; (child = FindWindowExW(window, child, nullptr, nullptr)) != nullptr;)
+        children.push_back(child);
+    return children;
+}
+
+// Child by child; one that is too much or missing differs from nothing.
+void CheckChildren(HWND window, std::vector<std::wstring> expected) {
+    const std::vector<HWND> children = Children(window);
+    CHECK(children.size() == expected.size());
+    expected.resize(children.size());
+    for (size_t i = 0; i < children.size(); ++i) CHECK(Described(children[i]) == expected[i]);
+}
+
+std::string HitName(LRESULT code) {
+    for (const auto& [value, name] :
+         {std::pair(HTCAPTION, "caption"), {HTCLIENT, "client"}, {HTLEFT, "left"}, {HTTOP, "top"}})
+        if (code == value) return name;
+    return std::to_string(code);
+}
+
+// The tooltip of a label, with the tool that it is for.
+struct Tip {
+    HWND window = nullptr;
+    wchar_t text[400] = {};
+    TTTOOLINFOW tool = {};
+};
+
+void FindTip(HWND owner, Tip& tip) {
+    tip.tool = {sizeof tip.tool, 0, owner, 0, {}, nullptr, tip.text, 0, nullptr};
+    do tip.window = FindWindowExW(nullptr, tip.window, TOOLTIPS_CLASSW, nullptr);
+    while (tip.window &&
+           (GetWindow(tip.window, GW_OWNER) != owner ||
+            !SendMessageW(tip.window, TTM_GETTOOLINFOW, 0, reinterpret_cast<LPARAM>(&tip.tool))));
 }
 
 }  // namespace
 
-TEST_CASE("both windows have their paint title sizes and controls") {
+TEST_CASE("both windows have their title style class and size") {
     const Windows windows;
-    const HWND query = windows.query, repair = windows.repair;
-    const HDC box = GetDC(windows.Child(kSelectedIdEdit));  // read-only boxes are told apart
-    CHECK(GetPixel(box, 5, 5) == GetSysColor(COLOR_3DFACE));
-    CHECK_FALSE((GetUpdateRect(query, nullptr, FALSE) || GetUpdateRect(repair, nullptr, FALSE)));
-    std::string sizes;
-    for (const HWND window : {query, query, repair, repair}) {
-        const auto [left, top, right, bottom] = desk::ScreenRect(window);
-        sizes += std::to_string(right - left) + "*" + std::to_string(bottom - top) + " ";
-        CHECK(desk::Text(window) == L"Velkor版合区ID重复查询工具");
+    for (const auto& [name, window, size, smallest] :
+         {std::tuple("query", windows.query, "980*620", "980*620"),
+          {"repair", windows.repair, "1160*860", "1000*860"}}) {
+        CAPTURE(name);
+        CHECK(desk::Text(window) == kTitle);
         constexpr DWORD kStyles = WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN | WS_SYSMENU | WS_THICKFRAME |
                                   WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
         CHECK((desk::Style(window) & ~static_cast<DWORD>(WS_CLIPSIBLINGS)) == kStyles);
         CHECK((desk::ExStyle(window) | WS_EX_WINDOWEDGE) == WS_EX_WINDOWEDGE);
-        const auto cursor = reinterpret_cast<ULONG_PTR>(LoadCursorW(nullptr, IDC_ARROW));
-        CHECK(GetClassLongPtrW(window, GCLP_HCURSOR) == cursor);
-        CHECK((GetClassLongPtrW(window, GCLP_HICON) != 0 && GetClassLongPtrW(window, GCL_STYLE) == 0));
+        CHECK(GetClassLongPtrW(window, GCLP_HCURSOR) ==
+              reinterpret_cast<ULONG_PTR>(LoadCursorW(nullptr, IDC_ARROW)));
+        CHECK(GetClassLongPtrW(window, GCLP_HBRBACKGROUND) == COLOR_WINDOW + 1);
+        CHECK(GetClassLongPtrW(window, GCLP_HICON) != 0);
+        CHECK(GetClassLongPtrW(window, GCL_STYLE) == 0);
+        CHECK(GetUpdateRect(window, nullptr, FALSE) == FALSE);  // painted when it came up
+        CHECK(Size(window) == size);
         desk::Resize(window, 500, 300);
-    }
-    CHECK(sizes == "980*620 980*620 1160*860 1000*860 ");
-    Resize(query, 981, 621);
-    CHECK(
-        Described(query) ==
-        L"; 2001S12 16,158 96*28 区服：; 1001C3 112,156 263; 1003B0 385,156 96*28 刷新区服; 2002S12 499,158 "
-        L"96*28 关键字：; 1002E128+ 595,156 264*28 ; 1004B0 869,156 96*28 查询账号; 2003S12 16,198 96*28 "
-        L"账号表：; 1007E128+ 112,196 369*28 AUTO; 2004S12 499,198 96*28 账号字段：; 1008E128+ 595,196 "
-        L"369*28 F; 1009B0 869,232 96*28 保存设置; 1010B0 739,232 120*28 合区 ID 工具; 1005S5+ 16,268 "
-        L"949*307 区服220,数据库220,账号（已隐藏）180,; 1006S0 16,583 949*30 检测到 0 个已启动 M2。");
-    Resize(repair, 1161, 800);
-    CHECK(
-        Described(repair) ==
-        L"; 3101S12 14,162 66*26 服务器：; 3001E128+ 80,160 496*26 ; 3102S12 584,162 66*26 端口：; "
-        L"3002E8320+ "
-        L"650,160 90*26 1433; 3103S12 748,162 66*26 用户：; 3003E128+ 814,160 332*26 ; 3104S12 14,196 66*26 "
-        L"密码：; 3004E160+ 80,194 496*26 ; 3105S12 584,196 66*26 库 A：; 3005E128+ 650,194 496*26 ; 3106S12 "
-        L"14,230 66*26 库 B：; 3006E128+ 80,228 496*26 ; 3007B0 584,228 120*26 检测重复唯一 ID; 3016B0 "
-        L"712,228 200*26 自动修复全部重复 ID; 3008S5+ 14,264 1133*180 重复唯一 ID210,库 A 角色160,库 B "
-        L"角色160,库 A 账号150,库 B 账号150,; 3017S5+ 14,452 1133*105 重复行会 ID280,库 A 行会220,库 B "
-        L"行会220,; 3107S12 14,567 88*26 选中 ID：; 3015E2176+ 106,565 280*26 ; 3108S12 404,567 68*26 "
-        L"修复库：; 3009C3 476,565 280; 3109S12 14,605 88*26 新 ID：; 3010E8320+ 106,603 420*26 ; 3011B0 "
-        L"899,603 120*26 分析关联数据; 3013B0 1027,603 120*26 执行修复; 3012S5+ 14,643 1133*150 "
-        L"表260,字段180,类型100,命中行数100,; 3014S12 14,799 1133*42 默认只读；检测和分析不会修改数据库。");
-    RedrawWindow(query, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
-    Resize(query, 600, 400);
-    RECT stale = {};  // everything is to be drawn again, and the controls that stay where they are
-    CHECK((GetUpdateRect(query, &stale, FALSE) && stale.right == 600 && stale.bottom == 400));
-    CHECK(GetUpdateRect(windows.Child(kZoneLabel), nullptr, FALSE));
-    std::wstring limits = Described(query);  // every lower one at work
-    for (const int width : {630, 795, 927, 1025}) Resize(repair, width, 800), limits += Described(repair);
-    for (const wchar_t* place :
-         {L"1001C3 112,156 160;", L"1002E128+ 450,156 140*28", L"1005S5+ 16,268 568*120",
-          L"3009C3 476,565 180; 3109S12 14,605 88*26 新 ID：; 3010E8320+ 106,603 260*26",
-          L"3010E8320+ 106,603 419*26", L"3009C3 476,565 181;", L"3009C3 476,565 279;"})
-        CHECK(limits.find(place) != limits.npos);
-    // Texts end where their places end, also those that are wider.
-    for (const auto& [width, title] :
-         {std::pair(1000, L"短"), {345, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}) {
-        for (const HWND window : {query, repair}) Resize(window, width, 700), SetWindowTextW(window, title);
-        CheckFrame(query, L"区服账号查询", L"查询账号归属区服，核对合区数据库中的账号记录", L"查询条件", 16,
-                   kGrey);
-        CheckFrame(repair, L"角色 / 行会 ID 修复", L"检测重复 ID，检查关联表，并在事务中完成统一修复",
-                   L"数据库连接", 14, RGB(90, 103, 116));
+        CHECK(Size(window) == smallest);
     }
 }
 
-TEST_CASE("a second press finds the repair window that glyphs and double clicks on the caption change") {
+TEST_CASE("each control has its place class style and text") {
     const Windows windows;
-    const HWND query = windows.query, window = windows.repair;
+    Resize(windows.query, 981, 621);
+    CheckChildren(windows.query, {L"2001S12 16,158 96*28 区服：", L"1001C3 112,156 263",
+                                  L"1003B0 385,156 96*28 刷新区服", L"2002S12 499,158 96*28 关键字：",
+                                  L"1002E128+ 595,156 264*28 ", L"1004B0 869,156 96*28 查询账号",
+                                  L"2003S12 16,198 96*28 账号表：", L"1007E128+ 112,196 369*28 AUTO",
+                                  L"2004S12 499,198 96*28 账号字段：", L"1008E128+ 595,196 369*28 F",
+                                  L"1009B0 869,232 96*28 保存设置", L"1010B0 739,232 120*28 合区 ID 工具",
+                                  L"1005S5+ 16,268 949*307 区服220,数据库220,账号（已隐藏）180,",
+                                  L"1006S0 16,583 949*30 检测到 0 个已启动 M2。"});
+    Resize(windows.repair, 1161, 800);
+    CheckChildren(
+        windows.repair,
+        {L"3101S12 14,162 66*26 服务器：",
+         L"3001E128+ 80,160 496*26 ",
+         L"3102S12 584,162 66*26 端口：",
+         L"3002E8320+ 650,160 90*26 1433",
+         L"3103S12 748,162 66*26 用户：",
+         L"3003E128+ 814,160 332*26 ",
+         L"3104S12 14,196 66*26 密码：",
+         L"3004E160+ 80,194 496*26 ",
+         L"3105S12 584,196 66*26 库 A：",
+         L"3005E128+ 650,194 496*26 ",
+         L"3106S12 14,230 66*26 库 B：",
+         L"3006E128+ 80,228 496*26 ",
+         L"3007B0 584,228 120*26 检测重复唯一 ID",
+         L"3016B0 712,228 200*26 自动修复全部重复 ID",
+         L"3008S5+ 14,264 1133*180 重复唯一 ID210,库 A 角色160,库 B 角色160,库 A 账号150,库 B 账号150,",
+         L"3017S5+ 14,452 1133*105 重复行会 ID280,库 A 行会220,库 B 行会220,",
+         L"3107S12 14,567 88*26 选中 ID：",
+         L"3015E2176+ 106,565 280*26 ",
+         L"3108S12 404,567 68*26 修复库：",
+         L"3009C3 476,565 280",
+         L"3109S12 14,605 88*26 新 ID：",
+         L"3010E8320+ 106,603 420*26 ",
+         L"3011B0 899,603 120*26 分析关联数据",
+         L"3013B0 1027,603 120*26 执行修复",
+         L"3012S5+ 14,643 1133*150 表260,字段180,类型100,命中行数100,",
+         L"3014S12 14,799 1133*42 默认只读；检测和分析不会修改数据库。"});
+}
+
+TEST_CASE("all controls have the same font and styles and lists their own") {
+    const Windows windows;
+    for (const HWND window : {windows.query, windows.repair})
+        for (const HWND child : Children(window)) {
+            CAPTURE(GetDlgCtrlID(child));
+            constexpr DWORD kByItself = WS_CLIPSIBLINGS | WS_HSCROLL | WS_VSCROLL;
+            CHECK((desk::Style(child) & ~kByItself & 0xFFFF0000) == (WS_CHILD | WS_VISIBLE));
+            CHECK((desk::ExStyle(child) | WS_EX_CLIENTEDGE) == WS_EX_CLIENTEDGE);
+            LOGFONTW font = {};
+            GetObjectW(reinterpret_cast<HFONT>(desk::Send(child, WM_GETFONT)), sizeof font, &font);
+            CHECK(font.lfHeight == -16);
+            CHECK(font.lfWeight == 400);
+            CHECK(font.lfQuality == CLEARTYPE_QUALITY);
+            if (desk::ClassName(child) != WC_LISTVIEWW) continue;
+            constexpr LRESULT kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
+            CHECK((desk::Send(child, LVM_GETEXTENDEDLISTVIEWSTYLE) & kStyles) == kStyles);
+        }
+}
+
+TEST_CASE("places follow the window's width and height down to their limits") {
+    const Windows windows;
+    for (const auto& [id, width, place] : {std::tuple(int{kZoneCombo}, 600, L"1001C3 112,156 160"),
+                                           {kKeywordEdit, 600, L"1002E128+ 450,156 140*28 "},
+                                           {kAccountList, 600, L"1005S5+ 16,268 568*120 "},
+                                           {kTargetCombo, 630, L"3009C3 476,565 180"},
+                                           {kNewIdEdit, 630, L"3010E8320+ 106,603 260*26 "},
+                                           {kNewIdEdit, 795, L"3010E8320+ 106,603 419*26 "},
+                                           {kTargetCombo, 927, L"3009C3 476,565 181"},
+                                           {kTargetCombo, 1025, L"3009C3 476,565 279"}}) {
+        CAPTURE(width);
+        const HWND child = windows.Child(id);
+        Resize(GetParent(child), width, width == 600 ? 400 : 800);
+        CHECK(Described(child).substr(0, std::wstring(place).size()) == place);
+    }
+}
+
+TEST_CASE("a window of another size is drawn again with the controls that stay where they are") {
+    const Windows windows;
+    RedrawWindow(windows.query, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    Resize(windows.query, 600, 400);
+    RECT stale = {};
+    GetUpdateRect(windows.query, &stale, FALSE);
+    CHECK(stale.right == 600);
+    CHECK(stale.bottom == 400);
+    CHECK(GetUpdateRect(windows.Child(kZoneLabel), nullptr, FALSE) == TRUE);
+}
+
+TEST_CASE("frames are painted pixel by pixel and texts end where their places end") {
+    const Windows windows;
+    // A box that cannot be filled in is told apart.
+    CHECK(PixelOf(windows.Child(kSelectedIdEdit), 5, 5) == GetSysColor(COLOR_3DFACE));
+    for (const auto& [width, title] :
+         {std::pair(1000, L"短"), {345, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}) {
+        CAPTURE(width);
+        for (const auto& [window, frame] :
+             {std::pair(windows.query, kQueryFrame), {windows.repair, kRepairFrame}}) {
+            CAPTURE(frame.heading);
+            Resize(window, width, 700);
+            SetWindowTextW(window, title);
+            CHECK(FirstPixelThatDiffers(window, frame) == "none");
+            CHECK(PixelOf(window, 3, desk::ClientSize(window).cy - 3) == kBody);
+            CHECK(PixelOf(window, frame.left, 185) == kBody);  // under a label
+        }
+    }
+}
+
+TEST_CASE("a second press finds the repair window and one that was closed opens as new") {
+    const Windows windows;
     desk::SetText(windows.Child(kPortEdit), L"7");
-    desk::BringToFront(query);
+    desk::BringToFront(windows.query);
     desk::Press(windows.Child(kRepairToolButton));
-    desk::WaitUntil("in front", [&] { return GetForegroundWindow() == window; });
+    desk::WaitUntil("in front", [&] { return GetForegroundWindow() == windows.repair; });
     CHECK(desk::Text(windows.Child(kPortEdit)) == L"7");
-    // What the window looks like after a message at a point that is told from the client area's right edge.
-    const auto after = [&](UINT message, WPARAM code, int left, int y) -> std::string {
-        const int x = desk::ClientSize(window).cx - left;
-        const std::string held = desk::HitTest(window, x, y) == HTCAPTION ? "held " : "";  // to be moved
-        SendMessageW(window, message, code, MAKELPARAM(x, y));
-        if (!IsWindow(window)) return "gone";
-        if (!IsIconic(window)) return held + (IsZoomed(window) ? "large" : "usual");
-        ShowWindow(window, SW_RESTORE);
-        return held + "small";
-    };
-    std::string states;
-    for (const auto& [left, y] :
-         {std::pair(133, 67), {133, 68}, {20, 68}, {20, -1}, {0, 30}, {132, 0}, {89, 67}, {88, 67}, {45, 67}})
-        states += after(WM_LBUTTONUP, 0, left, y) + " ";
-    CHECK(states == "held usual usual usual usual usual small small large usual ");
-    CHECK(after(WM_NCLBUTTONDBLCLK, HTCLIENT, 20, 30) == "usual");
-    CHECK(after(WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 0) == "held large");
-    CHECK(after(WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 0) == "held usual");
-    CHECK(after(WM_LBUTTONUP, 0, 44, 67) == "gone");
+    desk::Send(windows.repair, WM_CLOSE);
+    CHECK(Look(windows.repair) == "gone");
     desk::Press(windows.Child(kRepairToolButton));
     const HWND again = desk::WaitForTopWindow(GetCurrentProcessId(), L"RoleIdRepairWindow");
     CHECK(desk::Text(desk::Child(again, kPortEdit)) == L"1433");
 }
 
-TEST_CASE("keys a refresh and a status that does not fit behave as everywhere in Windows") {
-    const Windows windows(std::wstring(75, L'长'));
+TEST_CASE("the caption moves the window and its edges size it but for the upper one") {
+    const Windows windows;
+    for (const auto& [name, left, y, hit] : {std::tuple("left of the glyphs", 133, 67, "caption"),
+                                             {"the first glyph", 132, 67, "client"},
+                                             {"the last glyph", 1, 0, "client"},
+                                             {"above the upper edge", 500, -2, "caption"},
+                                             {"below the strip", 133, 68, "client"}}) {
+        CAPTURE(name);
+        CHECK(HitName(desk::HitTest(windows.repair, desk::ClientSize(windows.repair).cx - left, y)) == hit);
+    }
+    CHECK(HitName(desk::HitTest(windows.repair, -2, 30)) == "caption");
+    CHECK(HitName(desk::HitTest(windows.repair, -2, 300)) == "left");
+}
+
+TEST_CASE("the glyphs act on release and double clicks on the caption alone change the size") {
+    const Windows windows;
+    const HWND window = windows.repair;
+    struct Row {
+        const char* name;
+        UINT message;
+        WPARAM code;
+        int left, y;  // of the point, from the client area's right edge and upper one
+        const char* look;
+    };
+    for (const Row& row : {Row{"left of the glyphs", WM_LBUTTONUP, 0, 133, 67, "usual"},
+                           Row{"below the strip", WM_LBUTTONUP, 0, 133, 68, "usual"},
+                           Row{"below a glyph", WM_LBUTTONUP, 0, 20, 68, "usual"},
+                           Row{"above a glyph", WM_LBUTTONUP, 0, 20, -1, "usual"},
+                           Row{"right of the last glyph", WM_LBUTTONUP, 0, 0, 30, "usual"},
+                           Row{"minimise, first pixel", WM_LBUTTONUP, 0, 132, 0, "small"},
+                           Row{"minimise, last pixel", WM_LBUTTONUP, 0, 89, 67, "small"},
+                           Row{"maximise, first pixel", WM_LBUTTONUP, 0, 88, 67, "large"},
+                           Row{"maximise, last pixel", WM_LBUTTONUP, 0, 45, 67, "large"},
+                           Row{"caption, double click", WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 0, "large"},
+                           Row{"client area, double click", WM_NCLBUTTONDBLCLK, HTCLIENT, 20, 30, "usual"},
+                           Row{"border, double click", WM_NCLBUTTONDBLCLK, HTLEFT, 200, 0, "usual"},
+                           Row{"close, first pixel", WM_LBUTTONUP, 0, 44, 67, "gone"}}) {
+        CAPTURE(row.name);
+        const auto act = [&] {
+            SendMessageW(window, row.message, row.code,
+                         MAKELPARAM(desk::ClientSize(window).cx - row.left, row.y));
+        };
+        act();
+        CHECK(Look(window) == row.look);
+        if (Look(window) == "large") act();  // the same again is the way back
+        ShowWindow(window, SW_RESTORE);
+        if (IsWindow(window)) CHECK(Look(window) == "usual");
+    }
+}
+
+TEST_CASE("the program starts as small or as large as it is asked to") {
+    for (const auto& [command, look] : {std::pair(SW_SHOWMINIMIZED, "small"), {SW_SHOWMAXIMIZED, "large"}}) {
+        CAPTURE(look);
+        Desk desk;
+        desk.StartTool(command);
+        CHECK(Look(desk.window) == look);
+        ShowWindow(desk.window, SW_RESTORE);
+        desk::WaitUntil("the usual size", [&] { return Look(desk.window) == "usual"; });
+        CHECK(Size(desk.window) == "980*620");
+        CHECK(desk::RectInParent(desk.Child(kAccountList)).right == desk::ClientSize(desk.window).cx - 16);
+        CHECK(desk.Status() == L"检测到 0 个已启动 M2。");
+    }
+}
+
+TEST_CASE("Enter in the keyword box presses the query's button unless that or the key is held") {
+    const Windows windows;
     const HWND box = windows.Child(kKeywordEdit), line = windows.Child(kQueryStatus);
     const auto statusAfterEnter = [&](LPARAM details) {
         desk::SetText(line, L"");
@@ -197,35 +368,57 @@ TEST_CASE("keys a refresh and a status that does not fit behave as everywhere in
         return desk::Text(line);
     };
     CHECK(statusAfterEnter(0) == L"请先启动 M2 并刷新区服。");
-    CHECK(statusAfterEnter(KF_REPEAT << 16) == L"");  // a key that is held down
+    CHECK(statusAfterEnter(KF_REPEAT << 16) == L"");
     EnableWindow(windows.Child(kQueryButton), FALSE);
     CHECK(statusAfterEnter(0) == L"");
+}
+
+TEST_CASE("Ctrl+A selects everything in a box") {
+    const Windows windows;
+    const HWND box = windows.Child(kKeywordEdit);
     desk::SetText(box, L"玩家");
-    SendMessageW(box, WM_CHAR, 1, 0);  // Ctrl+A
+    SendMessageW(box, WM_CHAR, 1, 0);
     CHECK(SendMessageW(box, EM_GETSEL, 0, 0) == MAKELONG(0, 2));
+}
+
+TEST_CASE("a refresh shows its text before it looks for servers") {
+    const Windows windows;
+    const HWND line = windows.Child(kQueryStatus);
+    bool looked = false;
     ReplacedSnapshot refresh;
-    refresh.before = [line] {
-        CHECK((desk::Text(line) == L"正在检测 M2..." && !GetUpdateRect(line, nullptr, FALSE)));
+    refresh.before = [&] {
+        looked = true;
+        CHECK(desk::Text(line) == L"正在检测 M2...");
+        CHECK(GetUpdateRect(line, nullptr, FALSE) == FALSE);
     };
     desk::Press(windows.Child(kRefreshButton));
-    desk::Press(windows.Child(kSaveButton));
-    windows.SetText(kRepairStatus, desk::Text(line));
-    for (const int id : {int{kQueryStatus}, int{kRepairStatus}})
-        for (const int width : {id == kQueryStatus ? 0 : 1200, 1900, 1100}) {
-            const HWND label = windows.Child(id), window = GetParent(label);
-            if (width > 0) desk::Resize(window, width, 860);
-            wchar_t text[400] = {};
-            TTTOOLINFOW tool = {sizeof tool, 0, window, 0, {}, nullptr, text, 0, nullptr};
-            HWND tip = nullptr;
-            do tip = FindWindowExW(nullptr, tip, TOOLTIPS_CLASSW, nullptr);
-            while (tip && (GetWindow(tip, GW_OWNER) != window ||
-                           !SendMessageW(tip, TTM_GETTOOLINFOW, 0, reinterpret_cast<LPARAM>(&tool))));
-            REQUIRE(tip);
-            CHECK(text == (width == 1900 ? L"" : desk::Text(label)));
-            const RECT place = desk::RectInParent(label);
-            CHECK((EqualRect(&tool.rect, &place) && tool.uFlags == TTF_SUBCLASS));  // shown under the mouse
-            CHECK(SendMessageW(tip, TTM_GETMAXTIPWIDTH, 0, 0) == place.right - place.left);
-            const bool anywhere = desk::Style(tip) % 4 == (TTS_ALWAYSTIP | TTS_NOPREFIX);
-            CHECK((anywhere && SendMessageW(tip, TTM_GETDELAYTIME, TTDT_AUTOPOP, 0) == MAXSHORT));
-        }
+    CHECK(looked);
+}
+
+TEST_CASE("a status that does not fit is shown in full under the mouse") {
+    const Windows windows(std::wstring(75, L'长'));
+    desk::Press(windows.Child(kSaveButton));  // tells the path
+    const std::wstring status = desk::Text(windows.Child(kQueryStatus));
+    windows.SetText(kRepairStatus, status);
+    for (const auto& [id, width, shown] : {std::tuple(int{kQueryStatus}, 980, status),
+                                           {kQueryStatus, 1900, L""},
+                                           {kQueryStatus, 1100, status},
+                                           {kRepairStatus, 1200, status},
+                                           {kRepairStatus, 1900, L""},
+                                           {kRepairStatus, 1100, status}}) {
+        CAPTURE(id);
+        CAPTURE(width);
+        const HWND label = windows.Child(id);
+        desk::Resize(GetParent(label), width, 860);
+        Tip tip;
+        FindTip(GetParent(label), tip);
+        REQUIRE(tip.window);
+        CHECK(tip.text == shown);
+        const RECT place = desk::RectInParent(label);
+        CHECK(EqualRect(&tip.tool.rect, &place) == TRUE);
+        CHECK(tip.tool.uFlags == TTF_SUBCLASS);
+        CHECK(SendMessageW(tip.window, TTM_GETMAXTIPWIDTH, 0, 0) == place.right - place.left);
+        CHECK(SendMessageW(tip.window, TTM_GETDELAYTIME, TTDT_AUTOPOP, 0) == MAXSHORT);
+        CHECK(desk::Style(tip.window) % 4 == (TTS_ALWAYSTIP | TTS_NOPREFIX));
+    }
 }

@@ -1,6 +1,7 @@
 #include "window_driver.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <thread>
 
@@ -35,14 +36,26 @@ bool IsOurs(DWORD processId) {
                        [processId](const Program* program) { return program->Id() == processId; });
 }
 
-// Nobody is asked for a text: it may be the one who does not answer.
+// The choice of a combo box, the one text that only its thread knows; "?" when that does not answer at once.
+std::string Choice(HWND combo) {
+    constexpr UINT kAtOnce = 200;
+    std::array<wchar_t, 256> text{};
+    DWORD_PTR length = 0;
+    const LRESULT answered =
+        SendMessageTimeoutW(combo, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                            SMTO_ABORTIFHUNG, kAtOnce, &length);
+    return answered ? "choice \"" + ToUtf8({text.data(), length}) + "\"" : "choice ?";
+}
+
+// Otherwise nobody is asked for a text: it may be the one who does not answer.
 std::string OnShow() {
     std::string shown = "; on show:";
     for (HWND window = nullptr; (window = FindWindowExW(nullptr, window, nullptr, nullptr)) != nullptr;) {
         if (!IsWindowVisible(window) || !IsOurs(ProcessOf(window))) continue;
         shown += "\n    " + Describe(window);
         for (HWND child = nullptr; (child = FindWindowExW(window, child, nullptr, nullptr)) != nullptr;) {
-            const std::string text = ToUtf8(ShownText(child));
+            const bool isCombo = ClassName(child) == L"ComboBox";
+            const std::string text = isCombo ? Choice(child) : ToUtf8(ShownText(child));
             if (!IsWindowVisible(child) || text.empty()) continue;
             shown += " | " + text + (IsEnabled(child) ? "" : " (disabled)");
         }
@@ -99,12 +112,14 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question, M
     if (!HappensWithin(timeout, question)) FailSince(start, what);
 }
 
-Program::Program(const std::wstring& exePath, const std::wstring& directory)
+Program::Program(const std::wstring& exePath, const std::wstring& directory, int showCommand)
     : name_(ToUtf8(exePath.substr(exePath.find_last_of(L"\\/") + 1))) {
     // Inherited: no box of the system asks what to do about a crash.
     SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESHOWWINDOW;
+    startup.wShowWindow = static_cast<WORD>(showCommand);
     std::wstring commandLine = L"\"" + exePath + L"\"";
     if (!CreateProcessW(exePath.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
                         directory.empty() ? nullptr : directory.c_str(), &startup, &info_)) {

@@ -12,7 +12,7 @@
 ///
 /// A DeskError tells what was waited for and how long, then how a driven program has ended ("NAME.exe crashed
 /// with code 0xC0000005"), which ends every wait, or else what is on show: each visible window of the driven
-/// programs and of this one with the texts of its labels and buttons.
+/// programs and of this one with the texts of its labels and buttons and the choice of each combo box.
 
 #include <windows.h>
 
@@ -50,7 +50,9 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question,
 class Program {
 public:
     /// @param directory    current directory of the new process; empty means our own
-    explicit Program(const std::wstring& exePath, const std::wstring& directory = {});
+    /// @param showCommand  how its first window is to come up (SW_SHOWMINIMIZED, ...)
+    explicit Program(const std::wstring& exePath, const std::wstring& directory = {},
+                     int showCommand = SW_SHOWNORMAL);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;

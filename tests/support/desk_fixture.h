@@ -57,9 +57,10 @@ struct Desk {
         servers.push_back(std::make_unique<desk::Program>(server));
     }
     /// Starts the program and waits for its filled window.
-    void StartTool() {
+    void StartTool(int showCommand = SW_SHOWNORMAL) {
         std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
-        tool = std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""));
+        tool =
+            std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""), showCommand);
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
     }
     HWND Child(int id) const { return desk::Child(window, id); }
