@@ -295,6 +295,22 @@ TEST_CASE("a second press finds the repair window and one that was closed opens 
     CHECK(desk::Text(desk::Child(again, kPortEdit)) == L"1433");
 }
 
+// Windows gives the text of a password box to its own process alone.
+TEST_CASE("the repair window opens with the values of the chosen zone") {
+    Desk zone;
+    zone.StartZone(L"一区", ZoneJson("一区", L"甲库"));
+    const Windows windows(L"folder", "");
+    for (const auto& [id, text] : {std::pair(int{kServerEdit}, Server().host),
+                                   {kPortEdit, std::to_wstring(Server().port)},
+                                   {kUserEdit, Server().user},
+                                   {kPasswordEdit, Server().password},
+                                   {kDatabaseAEdit, L"甲库"},
+                                   {kDatabaseBEdit, L""}}) {
+        CAPTURE(id);
+        CHECK(desk::Text(windows.Child(id)) == text);
+    }
+}
+
 TEST_CASE("the caption moves the window and its edges size it but for the upper one") {
     const Windows windows;
     for (const auto& [name, left, y, hit] : {std::tuple("left of the glyphs", 133, 67, "caption"),

@@ -3,33 +3,65 @@
 #include "support/own_windows.h"
 #include "support/replaced_functions.h"
 
-// What C with Ctrl and Shift (0x80; 1: pressed before, not now) copies in a list that has the keyboard. The
-// clipboard is open in another window until the program has paused so many times.
-static std::wstring Copied(HWND list, BYTE control, BYTE shift, int pauses = 0, WPARAM key = 'C') {
+namespace {
+
+constexpr wchar_t kAsBefore[] = L"(as before)";
+constexpr BYTE kDown = 0x80, kPressedBefore = 1, kUp = 0;
+
+struct Keys {
+    BYTE control = kDown, shift = kUp;
+    WPARAM key = 'C';
+    int pauses = 0;  // of the program, until which the clipboard is open in another window
+};
+
+// What is on the clipboard when keys have been pressed in a list.
+std::wstring Copied(HWND list, Keys pressed) {
     BYTE keys[256] = {};
-    keys[VK_CONTROL] = control, keys[VK_SHIFT] = shift;
+    keys[VK_CONTROL] = pressed.control;
+    keys[VK_SHIFT] = pressed.shift;
     SetKeyboardState(keys);
-    REQUIRE((OpenClipboard(GetParent(list)) && EmptyClipboard()));
+    REQUIRE(OpenClipboard(GetParent(list)));
+    EmptyClipboard();
     SetClipboardData(CF_PRIVATEFIRST, nullptr);  // what was copied before
-    if (pauses == 0) CloseClipboard();
+    if (pressed.pauses == 0) CloseClipboard();
     ReplacedSleep pause;
     pause.before = [&](DWORD milliseconds) {
-        if (milliseconds == 10 && --pauses == 0) CloseClipboard();
+        if (milliseconds == 10 && --pressed.pauses == 0) CloseClipboard();
     };
-    SendMessageW(list, WM_KEYDOWN, key, 0);
-    if (IsClipboardFormatAvailable(CF_PRIVATEFIRST)) return L"(as before)";
+    SendMessageW(list, WM_KEYDOWN, pressed.key, 0);
+    if (IsClipboardFormatAvailable(CF_PRIVATEFIRST)) return kAsBefore;
     REQUIRE(OpenClipboard(GetParent(list)));
     const auto text = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
     const std::wstring copy = text ? text : L"";
-    return CloseClipboard(), copy;
+    CloseClipboard();
+    return copy;
 }
 
-TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old clipboard stays") {
+constexpr Keys kAllRows = {kDown, kDown};
+
+// The list of accounts with three rows that are awkward in a spreadsheet.
+struct AwkwardRows : Windows {
+    const HWND list = Child(kAccountList), line = Child(kQueryStatus);
+    const std::wstring endless = std::wstring(1100, L'长');
+
+    AwkwardRows() {
+        constexpr ListColumn kColumns[3] = {};
+        ListFill rows(list, kColumns, 3);
+        rows.AddRow({L"二区", L"\"张\t三\r\n", L""});
+        rows.AddRow({L"一区", L"G\"", L"玩家**三"});
+        rows.AddRow({endless.c_str(), L"", L"\""});
+    }
+};
+
+}  // namespace
+
+TEST_CASE("lists of any length are copied in full below their titles") {
     const TestDatabase a(L"A"), b(L"B");
     std::wstring values, accounts, guilds, roles;
     for (unsigned i = 100'000; i < 100'600; ++i) {
         const std::wstring id = std::to_wstring(i), name = id.substr(i % 6);
         values += (i > 100'000 ? L", ('" : L"('") + id + L"', '" + name + L"')";
+        // A query shows 500 at most.
         if (i < 100'500) accounts += L"一区\t" + a.Name() + L"\t" + MaskAccountName(id) + L"\r\n";
         guilds += id + L"\t" + name + L"\t" + name + L"\r\n";
         roles += id + L"\t" + name + L"\t" + name + L"\t\t\r\n";
@@ -44,38 +76,49 @@ TEST_CASE("lists of any length are copied as a spreadsheet takes them or the old
     Desk zone;
     zone.StartZone(L"一区", ZoneJson("一区", a.Name()));
     const Windows windows(L"folder", "MaxResults=999\nAccountTable=TBL_CHARACTER\nAccountField=FLD_USERID\n");
-    windows.SetText(kKeywordEdit, L"10"), windows.SetText(kDatabaseBEdit, b.Name());
-    desk::Press(windows.Child(kQueryButton)), desk::Press(windows.Child(kDetectButton));
-    for (const auto& [id, rows] :
-         {std::pair(int{kAccountList}, accounts), {kRoleList, roles}, {kGuildList, guilds}}) {
-        const std::wstring all = Copied(windows.Child(id), 0x80, 0x80),
-                           copy = all.substr(all.find(L'\n') + 1);
-        const auto [is, should] = std::mismatch(copy.begin(), copy.end(), rows.begin(), rows.end());
-        CHECK(std::wstring(is, copy.end()).substr(0, 50) == std::wstring(should, rows.end()).substr(0, 50));
+    windows.SetText(kKeywordEdit, L"10");
+    windows.SetText(kDatabaseBEdit, b.Name());
+    desk::Press(windows.Child(kQueryButton));
+    desk::Press(windows.Child(kDetectButton));
+    for (const auto& [name, id, rows] :
+         {std::tuple("accounts", int{kAccountList}, L"区服\t数据库\t账号（已隐藏）\r\n" + accounts),
+          {"roles", kRoleList, L"重复唯一 ID\t库 A 角色\t库 B 角色\t库 A 账号\t库 B 账号\r\n" + roles},
+          {"guilds", kGuildList, L"重复行会 ID\t库 A 行会\t库 B 行会\r\n" + guilds}}) {
+        CAPTURE(name);
+        CHECK(FirstLineThatDiffers(Copied(windows.Child(id), kAllRows), rows) == L"");
     }
-    desk::SelectListRow(windows.Child(kRoleList), 598);
-    CHECK(desk::Text(windows.Child(kSelectedIdEdit)) == L"100598");
-    const HWND list = windows.Child(kAccountList), line = windows.Child(kQueryStatus);
-    CHECK(desk::Text(line).substr(0, 5) == L"查询完成，");  // a copy that works tells nothing
-    const std::wstring endless(1100, L'长'), first = L"二区\t\"张\t三\r\n\t";
-    {
-        constexpr ListColumn kColumns[3] = {};
-        ListFill rows(list, kColumns, 3);
-        rows.AddRow({L"二区", L"\"张\t三\r\n", L""});
-        rows.AddRow({L"一区", L"G\"", L"玩家**三"});
-        rows.AddRow({endless.c_str(), L"", L"\""});
-    }
-    CHECK(Copied(list, 0x80, 0x80, 10) == L"(as before)");
-    ListView_SetItemState(list, 0, LVIS_FOCUSED, LVIS_FOCUSED);
-    CHECK(Copied(list, 0x80, 0) == L"(as before)");  // no row is selected
-    CHECK(desk::Text(line) == L"复制失败：剪贴板正被其他程序占用或内存不足，请稍后再试。");
-    desk::SelectListRow(list, 0);
-    CHECK(Copied(list, 1, 1) + Copied(list, 0x80, 0, 0, 'X') == L"(as before)(as before)");
-    CHECK(Copied(list, 0x80, 0, 9) == first);
-    CHECK(desk::Text(line) == L"已复制到剪贴板。");
-    CHECK(Copied(list, 0x80, 0x80) ==
-          L"区服\t数据库\t账号（已隐藏）\r\n二区\t\"\"\"张 三  \"\t\r\n一区\tG\"\t玩家**三\r\n" +
-              endless.substr(0, 1023) + L"\t\t\"\"\"\"\r\n");
-    { const ListRefill none(list, 0); }
-    CHECK(Copied(list, 0x80, 0x80) == L"(as before)");
+}
+
+TEST_CASE("cells that a spreadsheet would take apart stay one cell each") {
+    const AwkwardRows rows;
+    CHECK(
+        FirstLineThatDiffers(Copied(rows.list, kAllRows),
+                             L"区服\t数据库\t账号（已隐藏）\r\n二区\t\"\"\"张 三  \"\t\r\n一区\tG\"\t玩家**三"
+                             L"\r\n" +
+                                 rows.endless.substr(0, 1023) + L"\t\t\"\"\"\"\r\n") == L"");
+    desk::SelectListRow(rows.list, 0);
+    CHECK(Copied(rows.list, {}) == L"二区\t\"张\t三\r\n\t");  // as it is
+}
+
+TEST_CASE("the clipboard stays as it was when there is nothing to copy or other keys are pressed") {
+    const AwkwardRows rows;
+    ListView_SetItemState(rows.list, 0, LVIS_FOCUSED, LVIS_FOCUSED);
+    CHECK(Copied(rows.list, {}) == kAsBefore);  // no row is selected
+    desk::SelectListRow(rows.list, 0);
+    CHECK(Copied(rows.list, {kPressedBefore, kPressedBefore}) == kAsBefore);
+    CHECK(Copied(rows.list, {kDown, kUp, 'X'}) == kAsBefore);
+    { const ListRefill none(rows.list, 0); }
+    CHECK(Copied(rows.list, kAllRows) == kAsBefore);
+}
+
+TEST_CASE("another program may hold the clipboard for a while and the status tells when it was too long") {
+    const AwkwardRows rows;
+    desk::SelectListRow(rows.list, 1);
+    const std::wstring before = desk::Text(rows.line);
+    CHECK(Copied(rows.list, {}) == L"一区\tG\"\t玩家**三");
+    CHECK(desk::Text(rows.line) == before);  // a copy that works tells nothing
+    CHECK(Copied(rows.list, {kDown, kDown, 'C', 10}) == kAsBefore);
+    CHECK(desk::Text(rows.line) == L"复制失败：剪贴板正被其他程序占用或内存不足，请稍后再试。");
+    CHECK(Copied(rows.list, {kDown, kUp, 'C', 9}) == L"一区\tG\"\t玩家**三");
+    CHECK(desk::Text(rows.line) == L"已复制到剪贴板。");
 }

@@ -112,6 +112,15 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question, M
     if (!HappensWithin(timeout, question)) FailSince(start, what);
 }
 
+void WaitFor(const std::string& what, const std::wstring& expected,
+             const std::function<std::wstring()>& value, Milliseconds timeout) {
+    const Clock::time_point start = Clock::now();
+    std::wstring last;
+    const auto isThere = [&] { return (last = value()) == expected; };
+    if (HappensWithin(timeout, isThere)) return;
+    FailSince(start, what + " \"" + ToUtf8(expected) + "\", which is \"" + ToUtf8(last) + "\"");
+}
+
 Program::Program(const std::wstring& exePath, const std::wstring& directory, int showCommand)
     : name_(ToUtf8(exePath.substr(exePath.find_last_of(L"\\/") + 1))) {
     // Inherited: no box of the system asks what to do about a crash.

@@ -43,6 +43,11 @@ public:
 void WaitUntil(const std::string& what, const std::function<bool()>& question,
                Milliseconds timeout = kWindowTimeout);
 
+/// Calls `value` until it gives `expected`. @throws DeskError naming `what` and the last value after the
+/// time-out.
+void WaitFor(const std::string& what, const std::wstring& expected,
+             const std::function<std::wstring()>& value, Milliseconds timeout = kWindowTimeout);
+
 // ---- A started program ------------------------------------------------------------------------------------
 
 /// A started program. It ends with our process; the destructor ends it if it still runs, and gives up with a

@@ -24,6 +24,9 @@ inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) 
     return json.str();
 }
 
+/// The name in the Config.ini of every zone.
+inline const std::wstring kNameInIni = L"ini";
+
 /// Lines for Faults under which every step of an action takes long enough to be seen.
 inline constexpr char kSlowServer[] = "slow\tconnect\t*\t300\nslow\texecute\t*\t300\nslow\tfetch\t*\t300\n";
 
@@ -52,7 +55,7 @@ struct Desk {
         const std::wstring server = folder.At(name + L"\\Mir200\\M2Server.exe");
         folder.Make(name + L"\\Mir200");
         folder.Write(name + L"\\Config.Json", json);
-        folder.Write(name + L"\\Config.ini", "[Config]\r\nGameName=ini\r\n");
+        folder.Write(name + L"\\Config.ini", "[Config]\r\nGameName=" + WideToUtf8(kNameInIni) + "\r\n");
         std::filesystem::copy_file(Built(L"demo\\M2Server.exe"), server);
         servers.push_back(std::make_unique<desk::Program>(server));
     }

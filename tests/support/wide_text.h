@@ -32,6 +32,19 @@ inline std::vector<std::wstring> Words(const std::wstring& text) {
     return {Word(stream), Word()};
 }
 
+/// The first line in which a long text is not the expected one, both of them; empty when all are the same.
+inline std::wstring FirstLineThatDiffers(const std::wstring& text, const std::wstring& expected) {
+    std::wistringstream is(text), should(expected);
+    for (int number = 1;; ++number) {
+        std::wstring line, other;
+        const bool more = !!std::getline(is, line), otherMore = !!std::getline(should, other);
+        if (!more && !otherMore) return L"";
+        if (more != otherMore || line != other)
+            return L"line " + std::to_wstring(number) + L" is \"" + (more ? line : L"(no more)") +
+                   L"\", not \"" + (otherMore ? other : L"(no more)") + L"\"";
+    }
+}
+
 /// The text of the error that an action throws; "(nothing)" when it throws none.
 template <class Action>
 std::wstring ErrorOf(Action action) {
