@@ -124,7 +124,7 @@ TEST_CASE("a question and a notice that have been read are answered with mouse a
     CHECK(IsWindow(notice.window) == TRUE);
     desk::TapKey(VK_RETURN);
     story.WaitForStatus(
-        L"分析完成：重复角色 2 个，重复行会 2 个。默认未修改数据库。请选择目标库后可批量修复。");
+        L"分析完成：重复角色 3 个，重复行会 2 个。默认未修改数据库。请选择目标库后可批量修复。");
 }
 
 TEST_CASE("the program ends behind the work during which the taskbar has asked for it") {

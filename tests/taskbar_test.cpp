@@ -1,50 +1,101 @@
+#include <optional>
+
 #include "support/own_windows.h"
 #include "support/replaced_functions.h"
 
-TEST_CASE("the taskbar button shows what runs how far it is what has failed and the end of long work") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
-    const MergeFixture zones;
+namespace {
+
+// The program's windows beside a zone, and what their actions ask the taskbar for.
+struct TaskbarDesk {
+    MergeFixture zones;
     Desk zone;
-    zone.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
     ReplacedTaskbar taskbar;
-    const Windows windows(L"folder", "");
-    taskbar.button = windows.query;
-    const auto check = [&](int id, const std::wstring& expected) {
-        CAPTURE(id);
-        desk::Press(windows.Child(id));
-        CHECK(std::exchange(taskbar.told, L"") == expected);
-    };
-    check(kSaveButton, L"");  // nor has the refresh before shown anything
-    windows.SetText(kKeywordEdit, L"zh");
-    check(kQueryButton, L"asked runs rests ");
-    windows.SetText(kTableEdit, L"none"), windows.SetText(kFieldEdit, L"none");
-    check(kQueryButton, L"runs red ");
-    check(kRefreshButton, L"rests ");
-    check(kDetectButton, L"runs red ");  // one database alone
-    windows.SetText(kDatabaseBEdit, zones.B());
-    check(kDetectButton, L"runs rests ");
-    desk::SelectListRow(windows.Child(kRoleList), 1);
-    desk::ChooseComboItem(windows.Child(kTargetCombo), 1);
-    check(kAnalyzeButton, L"runs rests ");
-    check(kRepairButton, L"runs rests box ");
-    check(kRepairAllButton, L"runs 5 rests box ");
-    taskbar.answer = IDYES;
-    check(kRepairButton, L"runs rests box runs 25 rests box runs rests ");
-    Faults("connect\t3+\tHY000\t1\tx\n"),  // of the detection behind the repair
-        check(kRepairAllButton, L"runs 4 rests box runs 20 rests box runs red ");
-    for (const auto& [other, milliseconds, expected] : {std::tuple(GetDesktopWindow(), 5000u, L"runs rests "),
-                                                        {GetDesktopWindow(), 5001u, L"runs rests flashes "},
-                                                        {windows.repair, 5001u, L"runs rests "}})
-        taskbar.front = other, taskbar.step = milliseconds, check(kDetectButton, expected);
-    windows.SetText(kPortEdit, L"");
-    check(kDetectButton, L"runs red ");
-    DestroyWindow(windows.repair);
-    CHECK(std::exchange(taskbar.told, L"") == L"rests ");
-    for (const HRESULT creation : {S_OK, E_FAIL}) {  // no taskbar
-        taskbar.created = creation, taskbar.begun = E_FAIL;
-        TaskbarProgress none;
-        for (int i = 0; i < 2; ++i) none.Start(taskbar.button), none.Measure(1, 2), none.Fail(), none.Clear();
-        CHECK((std::exchange(taskbar.told, L"") == L"asked flashes flashes " &&
-               taskbar.holders == 3));  // two of them the windows'
+    std::optional<Windows> windows;
+
+    TaskbarDesk() {
+        zone.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
+        windows.emplace(L"folder", "");
+        taskbar.button = windows->query;
+        windows->SetText(kKeywordEdit, L"zh");
+        windows->SetText(kDatabaseBEdit, zones.B());
+    }
+    std::wstring ToldBy(int button) {
+        desk::Press(windows->Child(button));
+        return Told();
+    }
+    std::wstring Told() { return std::exchange(taskbar.told, L""); }
+};
+
+// Work that is measured, before a question or a notice.
+std::wstring Runs(size_t steps) {
+    return L"runs " + std::to_wstring(steps) + L" rests box ";
+}
+
+}  // namespace
+
+TEST_CASE("the taskbar is asked for with the first work and shows red from a failure to the next action") {
+    TaskbarDesk story;
+    CHECK(story.ToldBy(kSaveButton) == L"");  // nor has the refresh before shown anything
+    CHECK(story.ToldBy(kQueryButton) == L"asked runs rests ");
+    story.windows->SetText(kTableEdit, L"none");
+    story.windows->SetText(kFieldEdit, L"none");
+    CHECK(story.ToldBy(kQueryButton) == L"runs red ");
+    CHECK(story.ToldBy(kRefreshButton) == L"rests ");
+    story.windows->SetText(kPortEdit, L"");
+    CHECK(story.ToldBy(kDetectButton) == L"runs red ");
+    DestroyWindow(story.windows->repair);
+    CHECK(story.Told() == L"rests ");
+}
+
+TEST_CASE("a repair shows how far its plan and its statements are") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    TaskbarDesk story;
+    CHECK(story.ToldBy(kDetectButton) == L"asked runs rests ");
+    desk::SelectListRow(story.windows->Child(kRoleList), 1);
+    desk::ChooseComboItem(story.windows->Child(kTargetCombo), 1);
+    CHECK(story.ToldBy(kAnalyzeButton) == L"runs rests ");
+    CHECK(story.ToldBy(kRepairButton) == L"runs rests box ");  // answered No
+    CHECK(story.ToldBy(kRepairAllButton) == Runs(kDuplicates));
+    story.taskbar.answer = IDYES;
+    CHECK(story.ToldBy(kRepairButton) ==
+          L"runs rests box " + Runs(RoleStatements(kRoleColumns)) + L"runs rests ");
+    constexpr size_t left = kDuplicates - 1;  // in the first zone: an ID stands in one column there
+    const Faults secondDetection("connect\t3+\tHY000\t1\tx\n");
+    CHECK(story.ToldBy(kRepairAllButton) == Runs(left) + Runs(BatchStatements(left, left)) + L"runs red ");
+}
+
+TEST_CASE("the button flashes at the end of long work when another program is in front") {
+    TaskbarDesk story;
+    story.ToldBy(kDetectButton);
+    for (const auto& [name, front, milliseconds, told] :
+         {std::tuple("five seconds", GetDesktopWindow(), 5000u, L"runs rests "),
+          {"longer", GetDesktopWindow(), 5001u, L"runs rests flashes "},
+          {"longer, a window of ours in front", story.windows->repair, 5001u, L"runs rests "}}) {
+        CAPTURE(name);
+        story.taskbar.front = front;
+        story.taskbar.step = milliseconds;
+        CHECK(story.ToldBy(kDetectButton) == told);
+    }
+}
+
+TEST_CASE("without a taskbar it is asked for once and only the button flashes") {
+    for (const HRESULT created : {S_OK, E_FAIL}) {
+        CAPTURE(created);
+        ReplacedTaskbar taskbar;
+        taskbar.created = created;
+        taskbar.begun = E_FAIL;
+        taskbar.step = 5001;
+        taskbar.front = GetDesktopWindow();
+        {
+            TaskbarProgress none;
+            for (int i = 0; i < 2; ++i) {
+                none.Start(taskbar.button);
+                none.Measure(1, 2);
+                none.Fail();
+                none.Clear();
+            }
+        }
+        CHECK(taskbar.told == L"asked flashes flashes ");
+        CHECK(taskbar.holders == 0);
     }
 }

@@ -101,13 +101,16 @@ struct RepairDesk {
         return desk::PressWithoutWaiting(Child(id)), desk::WaitForMessageBox(window);
     }
     void WaitForStatus(const std::wstring& status) const {
-        desk::WaitUntil(WideToUtf8(status), [&] { return Status() == status; });
+        desk::WaitFor("the status", status, [&] { return Status(); });
     }
-    /// The action buttons that cannot be pressed: "3007 3011 3013 3016 " at most. Asks nobody.
-    std::string Off() const {
-        std::string off;
-        for (const int id : {kDetectButton, kAnalyzeButton, kRepairButton, kRepairAllButton})
-            if (!desk::IsEnabled(Child(id))) off += std::to_string(id) + " ";
+    /// The action buttons that cannot be pressed: "detect analyse repair batch " at most. Asks nobody.
+    std::wstring Off() const {
+        std::wstring off;
+        for (const auto& [id, name] : {std::pair(kDetectButton, L"detect "),
+                                       {kAnalyzeButton, L"analyse "},
+                                       {kRepairButton, L"repair "},
+                                       {kRepairAllButton, L"batch "}})
+            if (!desk::IsEnabled(Child(id))) off += name;
         return off;
     }
     void Detect() const {
