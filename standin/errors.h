@@ -23,6 +23,9 @@ constexpr Error kUnknownColumn{"42S22", 207, "Invalid column name '%'."};
 constexpr Error kUnknownObject{"42S02", 208, "Invalid object name '%'."};
 constexpr Error kConversion{"22018", 245, "Conversion failed when converting the value '%' to data type %."};
 constexpr Error kIntegerRange{"22003", 248, "The conversion of the value '%' overflowed an % column."};
+constexpr Error kSortedText{"42000", 306,
+                            "The text, ntext, and image data types cannot be compared or sorted, except when "
+                            "using IS NULL or LIKE operator."};
 constexpr Error kUnknownHint{"42000", 321, "\"%\" is not a recognized table hints option."};
 constexpr Error kUnknownCollation{"42000", 448, "Invalid collation '%'."};
 constexpr Error kEscape{"42000", 506,

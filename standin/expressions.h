@@ -89,12 +89,16 @@ public:
         return sql;
     }
 
+    /// A value to sort by. @throws SqlError 306 for a column of the types text and ntext.
+    std::string SortKey() {
+        const std::string value = Value();
+        if (value == lastColumn_ && lastType_ && lastType_->IsLongText()) Fail(kSortedText);
+        return value;
+    }
+
 private:
     struct Source {
         std::string name, table;
-    };
-    struct Column {
-        std::string source, name, sql;
     };
 
     std::string Product() {
@@ -149,20 +153,10 @@ private:
             to = TakeType(in_, kCastLength);
         }
         in_.Take(")");
-        if (value == lastColumn_.sql && FitsColumn(to)) return value;
+        // A column that is its own CAST keeps its index when it is left alone.
+        if (value == lastColumn_ && lastType_ && FitsUncut(*lastType_, to)) return value;
         const std::string call = to.Call("ms_cast", value);
         return to.word->family == Family::kText ? "(" + call + " COLLATE MS)" : call;
-    }
-
-    /// Whether the last column is its own CAST; left alone it keeps its index.
-    bool FitsColumn(const Type& to) const {
-        for (const Source& source : sources_) {
-            if (!lastColumn_.source.empty() && UpperAscii(lastColumn_.source) != UpperAscii(source.name))
-                continue;
-            const auto type = session_.Db().ColumnType(source.table, lastColumn_.name);
-            if (type) return FitsUncut(*type, to);
-        }
-        return false;
     }
 
     std::string Call() {
@@ -179,17 +173,21 @@ private:
     }
 
     std::string ColumnName() {
-        Column column{{}, in_.TakeName(), {}};
-        if (in_.TakeIf(".")) column.source = std::exchange(column.name, in_.TakeName());
-        column.sql = (column.source.empty() ? "" : QuoteName(column.source) + ".") + QuoteName(column.name);
-        lastColumn_ = column;
-        return column.sql;
+        std::string name = in_.TakeName(), owner;
+        if (in_.TakeIf(".")) owner = std::exchange(name, in_.TakeName());
+        lastType_.reset();
+        for (const Source& source : sources_) {
+            if (!lastType_ && (owner.empty() || UpperAscii(owner) == UpperAscii(source.name)))
+                lastType_ = session_.Db().ColumnType(source.table, name);
+        }
+        return lastColumn_ = (owner.empty() ? "" : QuoteName(owner) + ".") + QuoteName(name);
     }
 
     Session& session_;
     TokenReader& in_;
     std::vector<Source> sources_;
-    Column lastColumn_;
+    std::string lastColumn_;        // as it was rewritten
+    std::optional<Type> lastType_;  // its type
 };
 
 }  // namespace standin

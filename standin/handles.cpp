@@ -20,13 +20,6 @@ std::optional<std::string> ReadParameter(const ParameterBinding& binding) {
     return text;
 }
 
-std::int64_t WholeNumber(const Cell& cell) {
-    std::int64_t value = 0;
-    const Reading reading = ReadInteger(Render(cell), value);
-    if (reading != Reading::kNumber) Fail(reading == Reading::kTooLarge ? kNumberRange : kNotANumber);
-    return value;
-}
-
 /// Writes a value of a row to the caller. @return false for a text that was cut.
 bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
     SQLLEN length = SQL_NULL_DATA;
@@ -34,7 +27,9 @@ bool WriteCell(const Cell& cell, const ColumnBinding& binding) {
     if (std::holds_alternative<std::monostate>(cell)) {
         if (binding.indicator == nullptr) Fail(kIndicator);
     } else if (binding.cType == SQL_C_SBIGINT) {
-        const std::int64_t number = WholeNumber(cell);
+        std::int64_t number = 0;
+        const Reading reading = ReadInteger(Render(cell), number);
+        if (reading != Reading::kNumber) Fail(reading == Reading::kTooLarge ? kNumberRange : kNotANumber);
         std::memcpy(binding.value, &number, sizeof number);
         length = sizeof number;
     } else {

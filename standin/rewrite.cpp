@@ -40,7 +40,7 @@ private:
         if (in_.TakeIf("ORDER")) {
             in_.Take("BY");
             sql += " ORDER BY " + in_.TakeList([this] {
-                const std::string value = expressions_.Value();
+                const std::string value = expressions_.SortKey();
                 if (in_.TakeIf("DESC")) return value + " DESC";
                 in_.TakeIf("ASC");
                 return value;

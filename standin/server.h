@@ -33,7 +33,7 @@ std::string FindServer(const std::string& server);
 /// - Databases can be made and dropped in a transaction, and dropped while somebody uses them.
 /// - A batch has results of its queries alone; an error is told by the call that reaches its statement.
 /// - The collation is ICU's; names of tables and columns fold A to Z alone; a lone surrogate becomes U+FFFD.
-/// - Values of two types compare as in SQLite; ntext compares like other text; varchar takes any character.
+/// - Values of two types compare as in SQLite, text and ntext like other text; varchar takes any character.
 /// - Columns beside an aggregate, and values in the place of conditions, are accepted.
 /// - datetime keeps its text; DEFAULT is stored as written; numbers have 64 bits; decimals no places.
 /// - A lock that is not got in time is HYT00.

@@ -262,7 +262,7 @@ TEST_CASE("text is compared and sorted as Chinese_PRC_CI_AS does") {
         INSERT INTO Roles (ID, Name) VALUES (N'1001', N'张三'), ('ab', NULL), ('  ', N'') =>
         INSERT INTO Guilds (ID) VALUES (N'张'), (N'阿'), ('z'), (N'李'), ('2'), ('_'), ('B'), ('a'), ('AB'), (N'1001 ') =>
         SELECT DISTINCT a.ID, a.Name, b.ID FROM [GameA].[dbo].[Roles] a JOIN Guilds b ON a.ID COLLATE DATABASE_DEFAULT = b.ID COLLATE DATABASE_DEFAULT WHERE LTRIM(RTRIM(a.ID)) <> N'' ORDER BY a.ID => 1001                |张三|1001 ;ab                  |~|AB;
-        SELECT ID FROM Guilds ORDER BY ID => _;1001 ;2;a;AB;B;z;阿;李;张;
+        SELECT ID FROM Guilds ORDER BY ID, Guilds.Notes => 42000 306 / SELECT ID FROM Guilds ORDER BY CAST(Notes AS nchar(9)), ID => _;1001 ;2;a;AB;B;z;阿;李;张;
         SELECT 1 WHERE N'Ω' = N'ω' AND N'か' = N'カ' AND N'é' <> N'e' AND 'a' <> ' a' AND 'a' COLLATE DATABASE_DEFAULT = 'A' => 1;)");
 }
 

@@ -24,7 +24,8 @@ struct Type {
     const TypeWord* word;
     int length;
 
-    std::string Declaration() const;  // "nvarchar(50)"
+    std::string Declaration() const;                                                       // "nvarchar(50)"
+    bool IsLongText() const { return word->family == Family::kText && !word->hasLength; }  // text and ntext
 
     /// A call of one of SQLite's functions of our own: "function(value,type,length)".
     std::string Call(const char* function, const std::string& value) const;

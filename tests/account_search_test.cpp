@@ -45,6 +45,11 @@ TEST_CASE("the best-scored column that holds the keyword is found and searched l
         CHECK(Found(database, std::wstring(row.in)) == best + std::wstring(row.expected));
     }
     CHECK(Found(database, L"ogg") == L"dbo.LoginLog.name logged");
+    // The server sorts neither text nor ntext, and says so.
+    const std::wstring unsorted = Found(database, L"third");
+    CAPTURE(unsorted);
+    CHECK(unsorted.starts_with(L"42000: "));
+    CHECK(unsorted.find(L"ntext") != unsorted.npos);
     CHECK(Found(database, L"ab", Manual(L"t", L"c d")) == L"账号字段名包含不允许的字符");
     CHECK(Found(database, L"ab", Manual(L"t t", L"c d")) == L"账号表名包含不允许的字符");
     // One word for detection is enough to ignore the other box.

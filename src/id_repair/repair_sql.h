@@ -14,7 +14,8 @@ enum class IdKind { Role, Guild };
 std::wstring OnlineDatabasesSql();
 
 /// IDs that occur in the main tables of both databases with the names on either side, by ascending ID: seven
-/// columns for characters, three for guilds. The server compares under each database's default collation.
+/// columns for characters, three for guilds. Both sides are compared under DATABASE_DEFAULT, which means the
+/// collation of the connection's current database: during detection master's, not that of either database.
 std::wstring DuplicateIdsSql(IdKind kind, std::wstring_view databaseA, std::wstring_view databaseB);
 
 /// Counts the main table's rows with an ID.
