@@ -20,11 +20,6 @@ std::string Size(HWND window) {
     return std::to_string(right - left) + "*" + std::to_string(bottom - top);
 }
 
-std::string Look(HWND window) {
-    if (!IsWindow(window)) return "gone";
-    return IsIconic(window) ? "small" : IsZoomed(window) ? "large" : "usual";
-}
-
 // What a frame shows beside its title.
 struct Frame {
     const wchar_t *heading, *subtitle, *section;
@@ -289,7 +284,7 @@ TEST_CASE("a second press finds the repair window and one that was closed opens 
     desk::WaitUntil("in front", [&] { return GetForegroundWindow() == windows.repair; });
     CHECK(desk::Text(windows.Child(kPortEdit)) == L"7");
     desk::Send(windows.repair, WM_CLOSE);
-    CHECK(Look(windows.repair) == "gone");
+    CHECK(desk::Look(windows.repair) == "gone");
     desk::Press(windows.Child(kRepairToolButton));
     const HWND again = desk::WaitForTopWindow(GetCurrentProcessId(), L"RoleIdRepairWindow");
     CHECK(desk::Text(desk::Child(again, kPortEdit)) == L"1433");
@@ -354,24 +349,10 @@ TEST_CASE("the glyphs act on release and double clicks on the caption alone chan
                          MAKELPARAM(desk::ClientSize(window).cx - row.left, row.y));
         };
         act();
-        CHECK(Look(window) == row.look);
-        if (Look(window) == "large") act();  // the same again is the way back
+        CHECK(desk::Look(window) == row.look);
+        if (desk::Look(window) == "large") act();  // the same again is the way back
         ShowWindow(window, SW_RESTORE);
-        if (IsWindow(window)) CHECK(Look(window) == "usual");
-    }
-}
-
-TEST_CASE("the program starts as small or as large as it is asked to") {
-    for (const auto& [command, look] : {std::pair(SW_SHOWMINIMIZED, "small"), {SW_SHOWMAXIMIZED, "large"}}) {
-        CAPTURE(look);
-        Desk desk;
-        desk.StartTool(command);
-        CHECK(Look(desk.window) == look);
-        ShowWindow(desk.window, SW_RESTORE);
-        desk::WaitUntil("the usual size", [&] { return Look(desk.window) == "usual"; });
-        CHECK(Size(desk.window) == "980*620");
-        CHECK(desk::RectInParent(desk.Child(kAccountList)).right == desk::ClientSize(desk.window).cx - 16);
-        CHECK(desk.Status() == L"检测到 0 个已启动 M2。");
+        if (IsWindow(window)) CHECK(desk::Look(window) == "usual");
     }
 }
 

@@ -2,7 +2,7 @@
 #include "support/wide_text.h"
 
 TEST_CASE("the program's file brings its icon its version and its manifest along") {
-    const std::wstring path = Built(L"MergeAccountQuery.exe");
+    const std::wstring path = ProgramToStart();
     const HMODULE file = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
     REQUIRE(file);
     const auto resource = [&](const wchar_t* type, int id) {

@@ -159,3 +159,16 @@ TEST_CASE("Enter queries and meanwhile its text is shown and its buttons rest un
     desk::WaitUntilInputIsTaken(desk.window);
     CHECK(desk::Text(keyword) == L"玩家");
 }
+
+TEST_CASE("the program starts as small or as large as it is asked to") {
+    for (const auto& [command, look] : {std::pair(SW_SHOWMINIMIZED, "small"), {SW_SHOWMAXIMIZED, "large"}}) {
+        CAPTURE(look);
+        Desk desk;
+        desk.StartTool(command);
+        CHECK(desk::Look(desk.window) == look);
+        ShowWindow(desk.window, SW_RESTORE);
+        desk::WaitUntil("the usual size", [&] { return desk::Look(desk.window) == "usual"; });
+        CHECK(desk::RectInParent(desk.Child(kAccountList)).right == desk::ClientSize(desk.window).cx - 16);
+        CHECK(desk.Status() == L"检测到 0 个已启动 M2。");
+    }
+}

@@ -117,6 +117,11 @@ SIZE ClientSize(HWND window) {
     return {rect.right, rect.bottom};
 }
 
+std::string Look(HWND window) {
+    if (!IsWindow(window)) return "gone";
+    return IsIconic(window) ? "small" : IsZoomed(window) ? "large" : "usual";
+}
+
 void Resize(HWND window, int width, int height) {
     if (!SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE)) {
         Fail("cannot resize " + Describe(window));

@@ -103,6 +103,8 @@ RECT RectInParent(HWND child);
 SIZE ClientSize(HWND window);
 /// Outer rectangle on the screen.
 RECT ScreenRect(HWND window);
+/// How a window stands on the screen: "usual", "large" (maximised), "small" (minimised) or "gone".
+std::string Look(HWND window);
 /// Asks for an outer size; the window's own minimum still applies.
 void Resize(HWND window, int width, int height);
 /// Sends a message and returns the answer; for messages whose parameters are plain numbers.

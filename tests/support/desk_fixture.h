@@ -61,7 +61,7 @@ struct Desk {
     }
     /// Starts the program and waits for its filled window.
     void StartTool(int showCommand = SW_SHOWNORMAL) {
-        std::filesystem::copy_file(Built(L"MergeAccountQuery.exe"), folder.At(L"MergeAccountQuery.exe"));
+        std::filesystem::copy_file(ProgramToStart(), folder.At(L"MergeAccountQuery.exe"));
         tool =
             std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""), showCommand);
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");

@@ -6,7 +6,9 @@
 // after windows.h, which it needs
 #include <commctrl.h>
 
-/// Both windows of the program inside this process; by default no server has the name that they look for.
+/// Both windows of the program inside this process, for what no other process can read or replace; by default
+/// no server has the name that they look for. They come from the build's libraries: a case that uses them
+/// does not belong to a unit that starts the program's file (STARTING in tests/CMakeLists.txt).
 struct Windows {
     TempDirectory place;
     TaskbarProgress taskbar;

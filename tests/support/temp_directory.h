@@ -16,6 +16,14 @@ inline std::wstring Built(std::wstring_view relativePath) {
     return JoinPath(ParentPath(ParentPath(path)), relativePath);
 }
 
+/// The program that the tests start: the build's own, or the file that MERGE_TEST_PROGRAM names by its full
+/// path.
+inline std::wstring ProgramToStart() {
+    std::wstring path(32768, L'\0');
+    path.resize(GetEnvironmentVariableW(L"MERGE_TEST_PROGRAM", path.data(), static_cast<DWORD>(path.size())));
+    return path.empty() ? Built(L"MergeAccountQuery.exe") : path;
+}
+
 /// A new empty directory, deleted with everything in it at the end of its scope. Its name is Chinese, as the
 /// operators' own folders are. Paths given to it are relative to it, with "\" between their parts.
 class TempDirectory {
