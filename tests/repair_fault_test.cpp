@@ -6,50 +6,69 @@
 #include "support/merge_fixture.h"
 #include "support/wide_text.h"
 
-// Lets a repair fail, in each of several ways, at one point after the other until it meets none. It is
-// carried out at the end, so each way gets a fixture of its own.
-TEST_CASE("a single or batch repair that fails anywhere leaves everything as it was") {
+namespace {
+
+std::string CommitMode(SQLHDBC connection) {
+    SQLUINTEGER mode = 0;
+    SQLGetConnectAttrW(connection, SQL_ATTR_AUTOCOMMIT, &mode, SQL_IS_UINTEGER, nullptr);
+    return mode == SQL_AUTOCOMMIT_ON ? "automatic" : "manual";
+}
+
+// A repair, the point at which it fails and how often it comes there.
+struct FailingRepair {
+    const char* name;
+    bool isBatch;
+    size_t statements, fetches;
+    const wchar_t *noTransaction, *noCommit;
+};
+constexpr FailingRepair kRepairs[] = {
+    {"one", false, RoleStatements(kRole1001.columns), RoleFetches(kRole1001.columns), L"无法开启 SQL 事务",
+     L"SQL 事务提交失败"},
+    {"batch", true, BatchStatements(kDuplicates, kEverything.columns),
+     BatchFetches(kDuplicates, kEverything.columns), L"无法开启统一修复 SQL 事务",
+     L"统一角色/行会修复事务提交失败"}};
+
+// Lets a repair fail at one of these points after the other until it meets none. It is carried out then.
+void FailEverywhere(const FailingRepair& repair, const std::string& fault, size_t points,
+                    const std::wstring& message) {
+    const MergeFixture zones;
+    const AllContents before = zones.Contents();
+    const BatchPlan plan = zones.Plan();
+    for (size_t position = 1; position <= points + 1; ++position) {
+        const std::string point = fault + "\t" + std::to_string(position);
+        CAPTURE(repair.name);
+        CAPTURE(point);
+        const bool fails = position <= points;
+        {
+            const OdbcSession session = Connect(zones.B());
+            const SQLHDBC on = session.Connection();
+            const Faults faults(point + "\t08S01\t1\t注入\n");
+            const std::wstring error = ErrorOf([&] {
+                if (repair.isBatch) return RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds);
+                RepairRoleId(on, zones.B(), L"1001", L"100235", plan.roles[1].fields);
+            });
+            CHECK(error == (fails ? message : L"(nothing)"));
+            if (!fault.starts_with("die")) CHECK(CommitMode(on) == "automatic");
+        }
+        CHECK(LiveHandles() == 0);
+        CHECK(OpenConnections() == 0);
+        const std::wstring change = zones.ChangeSince(before);
+        if (fails) REQUIRE(change == L"");
+        if (!fails) CHECK(change != L"");
+    }
+}
+
+}  // namespace
+
+TEST_CASE("a repair that fails anywhere leaves everything as it was") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    // Points of a single repair: a re-check, 12 updates, 12 verifications. Of a batch: a re-check and two
-    // counts for each of 5 IDs, an update and a verification for each of their 24 fields. Updates fetch
-    // nothing.
-    for (const auto& [fault, message, messageOfBatch, points, pointsOfBatch] :
-         {std::tuple(std::string("statement"), L"ODBC 语句句柄初始化失败", L"ODBC 语句句柄初始化失败", 25,
-                     63),
-          {"execute", L"08S01: 注入", L"08S01: 注入", 25, 63},
-          {"die\texecute", L"08S01: 注入", L"08S01: 注入", 25, 63},
-          {"fetch", L"08S01: 注入", L"08S01: 注入", 13, 39},
-          {"die\tfetch", L"08S01: 注入", L"08S01: 注入", 13, 39},
-          {"manual", L"无法开启 SQL 事务", L"无法开启统一修复 SQL 事务", 1, 1},
-          {"die\tmanual", L"无法开启 SQL 事务", L"无法开启统一修复 SQL 事务", 1, 1},
-          {"commit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", 1, 1},
-          {"die\tcommit", L"SQL 事务提交失败", L"统一角色/行会修复事务提交失败", 1, 1}}) {
-        for (const bool batch : {false, true}) {
-            const int positions = batch ? pointsOfBatch : points;
-            const MergeFixture zones;
-            const AllContents before = zones.Contents();
-            const BatchPlan plan = zones.Plan();
-            for (int position = 1; position <= positions + 1; ++position) {
-                const std::string point = fault + "\t" + std::to_string(position);
-                CAPTURE(point);
-                std::wstring error;
-                SQLUINTEGER mode = SQL_AUTOCOMMIT_OFF;
-                {
-                    const OdbcSession session = Connect(zones.B());
-                    const SQLHDBC on = session.Connection();
-                    const Faults faults(point + "\t08S01\t1\t注入\n");
-                    error = ErrorOf([&] {
-                        if (batch) return RepairAllDuplicates(on, zones.B(), plan.roles, plan.guilds);
-                        RepairRoleId(on, zones.B(), L"1001", L"100235", plan.roles[1].fields);
-                    });
-                    SQLGetConnectAttrW(on, SQL_ATTR_AUTOCOMMIT, &mode, SQL_IS_UINTEGER, nullptr);
-                }
-                REQUIRE((mode == SQL_AUTOCOMMIT_ON || fault.starts_with("die")));
-                REQUIRE((LiveHandles() == 0 && OpenConnections() == 0));
-                const bool fails = position <= positions;
-                REQUIRE(error == (!fails ? L"(nothing)" : batch ? messageOfBatch : message));
-                REQUIRE((zones.Contents() == before) == fails);
-            }
+    for (const FailingRepair& repair : kRepairs) {
+        FailEverywhere(repair, "statement", repair.statements, L"ODBC 语句句柄初始化失败");
+        for (const std::string die : {"", "die\t"}) {
+            FailEverywhere(repair, die + "execute", repair.statements, L"08S01: 注入");
+            FailEverywhere(repair, die + "fetch", repair.fetches, L"08S01: 注入");
+            FailEverywhere(repair, die + "manual", 1, repair.noTransaction);
+            FailEverywhere(repair, die + "commit", 1, repair.noCommit);
         }
     }
 }
@@ -58,25 +77,26 @@ TEST_CASE("every loop over rows ends with the words of a connection that died or
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
     const auto &a = zones.A(), &b = zones.B();
-    const std::function<void(SQLHDBC)> loops[] = {
-        [](SQLHDBC on) { ScanAccountCandidates(on); },
-        [](SQLHDBC on) { ListDatabases(on); },
-        [&](SQLHDBC on) { FindDuplicateRoles(on, a, b); },
-        [&](SQLHDBC on) { FindDuplicateGuilds(on, a, b); },
-        [&](SQLHDBC on) { FindGuildIdColumns(on, b); },
-        [&](SQLHDBC on) { CountRoleIdHits(on, b, L"1001"); },
-        [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); },
+    const std::pair<const char*, std::function<void(SQLHDBC)>> loops[] = {
+        {"accounts", [](SQLHDBC on) { ScanAccountCandidates(on); }},
+        {"databases", [](SQLHDBC on) { ListDatabases(on); }},
+        {"duplicate roles", [&](SQLHDBC on) { FindDuplicateRoles(on, a, b); }},
+        {"duplicate guilds", [&](SQLHDBC on) { FindDuplicateGuilds(on, a, b); }},
+        {"columns", [&](SQLHDBC on) { FindGuildIdColumns(on, b); }},
+        {"hits", [&](SQLHDBC on) { CountRoleIdHits(on, b, L"1001"); }},
+        {"largest ID", [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); }},
     };
-    for (const auto& loop : loops) {
+    for (const auto& [name, loop] : loops) {
         for (const std::string fault : {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000",
                                         "fetch\t2+\tHY010", "fetch\t2\tHY000"}) {
             // One row alone may be missing among candidates for accounts.
-            if (fault.ends_with("HY000") && &loop == loops) continue;
-            CAPTURE(&loop - loops);
+            if (fault.ends_with("HY000") && &loop == &loops[0].second) continue;
+            CAPTURE(name);
             CAPTURE(fault);
             const OdbcSession session = Connect(b);
             const Faults faults(fault + "\t1\t断开\n");
-            CHECK(ErrorOf([&] { loop(session.Connection()); }).ends_with(L": 断开"));
+            const std::wstring state(fault.end() - 5, fault.end());
+            CHECK(ErrorOf([&] { loop(session.Connection()); }) == state + L": 断开");
             CHECK(LiveHandles() == 2);  // the session's own
         }
     }

@@ -1,5 +1,7 @@
 #include "support/merge_fixture.h"
 
+#include <tuple>
+
 namespace {
 
 constexpr std::wstring_view kMainTables =
@@ -50,6 +52,21 @@ MergeFixture::MergeFixture()
     : a_(L"A", {kMainTables, kRowsOfA}),
       b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kRestOfB}),
       third_(L"C三区", {kMainTables, L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (1, '100234')"}) {}
+
+std::wstring MergeFixture::ChangeSince(const AllContents& before) const {
+    const AllContents after = Contents();
+    for (const auto& [zone, was, is] : {std::tuple(L"A ", &before.a, &after.a),
+                                        {L"B ", &before.b, &after.b},
+                                        {L"third ", &before.third, &after.third}}) {
+        const auto valueIn = [](const Content& content, const std::wstring& cell) {
+            const auto found = content.find(cell);
+            return found == content.end() ? L"missing" : L"\"" + found->second + L"\"";
+        };
+        for (const auto& [cell, value] : Difference(*was, *is))
+            return zone + cell + L" is " + valueIn(*is, cell) + L", was " + valueIn(*was, cell);
+    }
+    return L"";
+}
 
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");

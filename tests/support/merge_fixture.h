@@ -9,7 +9,6 @@
 /// The contents of a fixture's databases.
 struct AllContents {
     Content a, b, third;
-    bool operator==(const AllContents&) const = default;
 };
 
 /// Both plans of a batch repair.
@@ -39,13 +38,25 @@ inline constexpr size_t kRoleColumns = kRole1001.columns, kGuildColumns = kGuild
 inline constexpr size_t kOnlineDatabases = 3;
 
 /// The statements of a repair that replaces IDs in so many columns: for each column an update and a count
-/// behind it; for one character a count before, for each ID of a batch one before and two behind.
+/// behind it; for one character a count before, for each ID of a batch one before and two behind. Counts
+/// alone fetch a row.
 constexpr size_t RoleStatements(size_t columns) {
     return 1 + 2 * columns;
+}
+constexpr size_t RoleFetches(size_t columns) {
+    return 1 + columns;
 }
 constexpr size_t BatchStatements(size_t ids, size_t columns) {
     return 3 * ids + 2 * columns;
 }
+constexpr size_t BatchFetches(size_t ids, size_t columns) {
+    return 3 * ids + columns;
+}
+/// Of a batch's plan: for either kind the databases; for the characters each database's largest ID; for each
+/// ID a count in both zones, one in each database for the new ID, the columns, and a count in each of them.
+inline constexpr size_t kPlanStatements = 2 + kOnlineDatabases +
+                                          kDuplicateRoles * (3 + kOnlineDatabases + kRoleColumns) +
+                                          kDuplicateGuilds * (3 + kOnlineDatabases + kGuildColumns);
 
 /// Two zones to be merged and a third one. Characters 0012, 1001, 1002 and 77 and the guilds {A'1} and {BBBB}
 /// (in the second zone {bbbb}) live in both. Every column of the second zone that can refer to a character
@@ -60,6 +71,8 @@ public:
     const std::wstring& Third() const noexcept { return third_.Name(); }
 
     AllContents Contents() const { return {ContentOf(A()), ContentOf(B()), ContentOf(Third())}; }
+    /// The first cell that is not as it was, with both values; empty when all are.
+    std::wstring ChangeSince(const AllContents& before) const;
 
     /// A plan that repairs the second zone.
     BatchPlan Plan() const;

@@ -8,10 +8,18 @@
 
 #include "text/text.h"
 
-// How a failed check prints wide texts: as UTF-8. Without this doctest prints them as "{?}".
+// How a failed check prints wide texts: as UTF-8 between quotation marks. Without this doctest prints "{?}".
 template <std::convertible_to<std::wstring_view> Text>
 struct doctest::StringMaker<Text> {
-    static String convert(std::wstring_view text) { return WideToUtf8(text).c_str(); }
+    static String convert(std::wstring_view text) { return ("\"" + WideToUtf8(text) + "\"").c_str(); }
+};
+template <class Value>
+struct doctest::StringMaker<std::vector<Value>> {
+    static String convert(const std::vector<Value>& values) {
+        String text = "(";
+        for (const Value& value : values) text += toString(value) + " ";
+        return text + ")";
+    }
 };
 
 // A row's name, which doctest would print as its address.
