@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Builds the release: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
 # commit gives the same bytes on every machine of one Debian version, so that anybody can check a release by building
-# it again.
+# it again. The tests that drive the program from outside run on the very file that is handed out, unpacked from the
+# archive; when one fails there is no archive.
 set -euo pipefail
 
 # shellcheck source=tools/common.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+# shellcheck source=tools/wine_env.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/wine_env.sh"
 
 release_dir="$build_dir/release"
 content="$release_dir/content"
@@ -58,15 +61,34 @@ pack() {
     cd "$content"
     chmod 644 "${files[@]}"
     touch --date="@$SOURCE_DATE_EPOCH" "${files[@]}"
-    zip -q -9 -X -D "../$archive" "${files[@]}"
+    zip -q -9 -X -D ../untested.zip "${files[@]}"
     cd ..
-    sha256sum "$archive" >"$archive.sha256"
 }
 
-install_packages git pandoc zip
+# In a shell of its own: the tests have other surroundings.
+test_archive() (
+    local unpacked="$release_dir/unpacked"
+    unzip -q "$release_dir/untested.zip" -d "$unpacked"
+    unset MERGE_TEST_SQL_SERVER DISPLAY # no other server than the stand-in, and never a user's display
+    trap close_wine EXIT
+    open_wine test
+    export MERGE_TEST_PROGRAM="Z:${unpacked//\//\\}\\MergeAccountQuery.exe"
+    cd "$root"
+    ctest --preset mingw-debug --label-regex '^MergeAccountQuery[.]exe$' --no-tests=error 9>&-
+)
+
+hand_out() {
+    mv untested.zip "$archive"
+    sha256sum "$archive" >"$archive.sha256"
+    rm -r unpacked
+}
+
+install_packages git pandoc zip unzip
 check_version
 fix_surroundings
 build_preset mingw-release
+build_preset mingw-debug
+build_standin
 say "release $version"
 rm -rf "$release_dir"
 mkdir -p "$content"
@@ -75,5 +97,8 @@ write_manual
 write_texts
 write_notices
 pack
+say "tests of the program in the archive"
+test_archive
+hand_out
 say "made: $release_dir/$archive"
 cat "$release_dir/$archive.sha256"
