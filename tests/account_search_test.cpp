@@ -15,7 +15,7 @@ static std::wstring Found(const TestDatabase& database, const std::wstring& keyw
     const std::wstring error = ErrorOf([&] {
         const auto [accounts, source] = SearchAccounts(zone, keyword, settings);
         text = source.schema + L"." + source.table + L"." + source.column;
-        for (size_t i = 0; i < accounts.size(); ++i) text.append(L" ").append(accounts[i][0]);
+        for (const std::wstring& account : accounts) text.append(L" ").append(account);
     });
     return text.empty() ? error : text;
 }

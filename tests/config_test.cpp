@@ -65,7 +65,7 @@ TEST_CASE("a zone is read from its two files") {
         place.Write(L"青龙一区\\Config.ini", ini);
         const FileHandle inUse(CreateFileW(file.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
                                            OPEN_EXISTING, 0, nullptr));
-        const GameServerInfo zone = ReadServerConfig({42, L"", L"D:\\M2.exe"}, folder);
+        const GameServerInfo zone = ReadServerConfig({42, L"", L"D:\\M2.exe"}, ServerConfigFiles(folder));
         CHECK((zone.configDirectory == folder && zone.imagePath == L"D:\\M2.exe" && zone.processId == 42));
         std::wstring values = zone.serverName;
         for (const std::wstring& value : {zone.dbHost, std::to_wstring(zone.dbPort), zone.dbName, zone.dbUser,

@@ -283,6 +283,12 @@ TEST_CASE("a second press finds the repair window and one that was closed opens 
     desk::Press(windows.Child(kRepairToolButton));
     desk::WaitUntil("in front", [&] { return GetForegroundWindow() == windows.repair; });
     CHECK(desk::Text(windows.Child(kPortEdit)) == L"7");
+    for (const auto& [command, look] : {std::pair(SW_RESTORE, "usual"), {SW_MAXIMIZE, "large"}}) {
+        ShowWindow(windows.repair, command);
+        ShowWindow(windows.repair, SW_MINIMIZE);
+        desk::Press(windows.Child(kRepairToolButton));
+        CHECK(desk::Look(windows.repair) == look);
+    }
     desk::Send(windows.repair, WM_CLOSE);
     CHECK(desk::Look(windows.repair) == "gone");
     desk::Press(windows.Child(kRepairToolButton));

@@ -33,7 +33,7 @@ std::wstring PlacesOfPassword(const RepairDesk& story) {
         }
     for (const auto& entry : std::filesystem::recursive_directory_iterator(story.desk.folder.At(L""))) {
         if (!entry.is_regular_file() || entry.path().filename() == L"Config.Json") continue;
-        const std::string bytes = ReadWholeFile(entry.path().wstring());
+        const std::string bytes = ReadWholeFile(InputFile(entry.path().wstring()));
         for (const std::string& form : {WideToUtf8(password), Utf16Bytes(password)})
             if (bytes.find(form) != bytes.npos) places += entry.path().wstring() + L" ";
     }

@@ -86,7 +86,8 @@ TEST_CASE("only the repair holds a statement that writes to a database") {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(PROGRAM_SOURCE_DIR)) {
         const std::string kind = entry.path().extension().string();
         if (kind != ".cpp" && kind != ".h") continue;
-        const std::string texts = std::regex_replace(ReadWholeFile(entry.path().wstring()), code, "$1");
+        const std::string texts =
+            std::regex_replace(ReadWholeFile(InputFile(entry.path().wstring())), code, "$1");
         if (std::regex_search(texts, writing)) found += entry.path().filename().string() + " ";
     }
     CHECK(found == "role_repair.cpp ");

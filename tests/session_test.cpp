@@ -92,6 +92,7 @@ TEST_CASE("at most six records are told in one line") {
          {std::pair(std::vector<std::wstring>{L"1", L"2\r\n", L"", L"4", L"5", L"6", L"7"},
                     std::wstring(L"HY000: 1 | HY000: 2 | HY000: 4 | HY000: 5 | HY000: 6")),
           {{L"a\r\nb\tc \r\n\t d  e.\n"}, L"HY000: a b c d  e."},
+          {{L"a  \nb"}, L"HY000: a b"},
           {{L" \r\n", longest + L"y"}, L"HY000:  | HY000: " + longest},
           {{L""}, L"ODBC 未返回详细错误"}}) {
         ReplacedDriverManager manager;

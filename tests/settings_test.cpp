@@ -53,7 +53,7 @@ TEST_CASE("saved settings have their order in a new file and are read back whate
     const QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
     SaveQuerySettings(settings);
     CHECK(LoadedIn(place) == L"Z.exe|表|F|My D|7");
-    CHECK(AnsiToWide(ReadWholeFile(settings.path)) ==
+    CHECK(AnsiToWide(ReadWholeFile(InputFile(settings.path))) ==
           L"[Query]\r\nM2ProcessName=Z.exe\r\nAccountTable=表\r\nAccountField=F\r\nMaxResults=7\r\n"
           L"[ODBC]\r\nDriver=My D\r\n");
     const std::string before = "; \xB1\xB8\xD7\xA2\r\n[Other]\r\nKey=1\r\n";  // Chinese on a Chinese system
@@ -67,7 +67,7 @@ TEST_CASE("saved settings have their order in a new file and are read back whate
         foreign.*name = L"계정";
         for (int twice = 0; twice < 2; ++twice) SaveQuerySettings(foreign);
         CHECK(LoadedIn(place) == expected);
-        const std::string bytes = ReadWholeFile(settings.path);
+        const std::string bytes = ReadWholeFile(InputFile(settings.path));
         CHECK(std::wstring_view(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2)
                   .starts_with(L'\uFEFF' + AnsiToWide(before)));
     }

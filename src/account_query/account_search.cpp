@@ -9,11 +9,11 @@ namespace {
 
 // A row whose fetch fails on a living connection is left out: what cannot be delivered must not hide the
 // others. Behind an error of the server itself none follow, and the names before it are what was found.
-TextRows<1> FetchAccounts(SQLHDBC connection, SQLHSTMT statement) {
+std::vector<std::wstring> FetchAccounts(SQLHDBC connection, SQLHSTMT statement) {
     TextColumns row(statement, 1);
-    TextRows<1> accounts;
+    std::vector<std::wstring> accounts;
     for (SQLRETURN result; (result = FetchRow(connection, statement)) != SQL_NO_DATA;) {
-        if (OdbcSucceeded(result) && !row.IsNull(0)) accounts.Add({row.Text(0)});
+        if (OdbcSucceeded(result) && !row.IsNull(0)) accounts.emplace_back(row.Text(0));
     }
     return accounts;
 }

@@ -1,17 +1,17 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "account_query/account_candidates.h"
 #include "account_query/query_settings.h"
 #include "db/odbc_session.h"
 #include "discovery/game_server_info.h"
-#include "text/text_rows.h"
 
 /// What one search found.
 struct AccountSearchResult {
-    TextRows<1> accounts;  // unmasked, in the database's order
-    AccountSource source;  // where they were found
+    std::vector<std::wstring> accounts;  // unmasked, in the database's order
+    AccountSource source;                // where they were found
 };
 
 /// Opens a connection to a zone's database with the zone's own login.

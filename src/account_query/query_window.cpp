@@ -155,11 +155,10 @@ void QueryWindow::ShowListMessage(const std::wstring& text) {
     if (!text.empty()) rows.AddMessage(text.c_str());
 }
 
-void QueryWindow::ShowAccounts(const GameServerInfo& zone, const TextRows<1>& accounts) {
+void QueryWindow::ShowAccounts(const GameServerInfo& zone, const std::vector<std::wstring>& accounts) {
     if (accounts.empty()) return ShowListMessage(L"没有匹配账号");
     ListFill rows(Control(kAccountList), kColumns, accounts.size());
-    for (size_t i = 0; i < accounts.size(); ++i) {
-        const auto [account] = accounts[i];
+    for (const std::wstring& account : accounts) {
         rows.AddRow({zone.serverName.c_str(), zone.dbName.c_str(), MaskAccountName(account).c_str()});
     }
 }

@@ -5,7 +5,6 @@
 #include "account_query/query_settings.h"
 #include "app/framed_window.h"
 #include "discovery/game_server_info.h"
-#include "text/text_rows.h"
 
 /// The account query window, the program's main window: lists the running zones, searches the accounts of
 /// one, edits the account table settings and opens the ID repair tool. Its destruction ends the message loop.
@@ -32,7 +31,7 @@ private:
 
     void SaveSettings();
     void ShowListMessage(const std::wstring& text);
-    void ShowAccounts(const GameServerInfo& zone, const TextRows<1>& accounts);
+    void ShowAccounts(const GameServerInfo& zone, const std::vector<std::wstring>& accounts);
     const GameServerInfo* SelectedZone() const;
 
     QuerySettings settings_;

@@ -7,12 +7,16 @@
 
 namespace {
 
-// Appends a driver's message so that it stays in one line.
+// Appends a driver's message so that it stays in one line: a break and the blanks on both sides of it are one
+// blank.
 void AppendInOneLine(std::wstring& text, std::wstring_view message) {
     bool afterBreak = false;
     for (const wchar_t unit : TrimView(message)) {
         const bool isBreak = unit >= L'\t' && unit <= L'\r';
-        if (isBreak && text.back() != L' ') text += L' ';
+        if (isBreak && !afterBreak) {
+            while (text.back() == L' ') text.pop_back();
+            text += L' ';
+        }
         if (!isBreak && !(afterBreak && unit == L' ')) text += unit;
         afterBreak = isBreak || (afterBreak && unit == L' ');
     }

@@ -16,7 +16,7 @@ std::vector<std::wstring> ConfigDirectoryCandidates(std::wstring_view imagePath)
 struct ServerConfigFiles {
     ServerConfigFiles() = default;
     /// Opens Config.Json and, if that is there, Config.ini.
-    ServerConfigFiles(const std::wstring& path);  // a directory stands for its files
+    explicit ServerConfigFiles(const std::wstring& path);
 
     std::wstring directory;
     InputFile json, ini;

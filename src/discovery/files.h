@@ -13,7 +13,7 @@ bool IsRegularFile(const std::wstring& path) noexcept;
 class InputFile {
 public:
     InputFile() = default;
-    InputFile(const std::wstring& path) noexcept;  // a path stands for its file
+    explicit InputFile(const std::wstring& path) noexcept;
 
     /// What IsRegularFile() says of the path: also true of a file that cannot be opened.
     bool Exists() const noexcept { return exists_; }

@@ -57,6 +57,8 @@ std::shared_ptr<RepairWindow> openWindow;
 
 void OpenRepairWindow(HWND queryWindow, const RepairWindowParams& params, TaskbarProgress& taskbar) {
     if (openWindow) {
+        // It has no button in the taskbar, so nothing else would bring it back.
+        if (IsIconic(openWindow->Handle())) ShowWindow(openWindow->Handle(), SW_RESTORE);
         SetForegroundWindow(openWindow->Handle());
         return;
     }
