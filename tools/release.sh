@@ -61,6 +61,7 @@ pack() {
     cd "$content"
     chmod 644 "${files[@]}"
     touch --date="@$SOURCE_DATE_EPOCH" "${files[@]}"
+    trap 'rm -f "$release_dir/untested.zip"' EXIT
     zip -q -9 -X -D ../untested.zip "${files[@]}"
     cd ..
 }
