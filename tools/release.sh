@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
 # Builds the release: build/release/MergeAccountQuery-VERSION-win64.zip and its SHA-256 beside it. The same
 # commit gives the same bytes on every machine of one Debian version, so that anybody can check a release by building
-# it again. The tests that drive the program from outside run on the very file that is handed out, unpacked from the
-# archive; when one fails there is no archive.
+# it again. There is an archive only when the program in it, unpacked again, has passed the tests that start it.
 set -euo pipefail
 
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 # shellcheck source=tools/common.sh
-source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+source "$here/common.sh"
 # shellcheck source=tools/wine_env.sh
-source "$(dirname -- "${BASH_SOURCE[0]}")/wine_env.sh"
+source "$here/wine_env.sh"
 
 release_dir="$build_dir/release"
 content="$release_dir/content"
+untested="$release_dir/untested"
 version=$(sed -n 's/^project(MergeAccountQuery VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
 archive="MergeAccountQuery-$version-win64.zip"
 # The contents, in the order in which they are packed.
@@ -57,49 +58,47 @@ write_notices() {
         >"$content/THIRD-PARTY.txt"
 }
 
+# pack: the archive and its SHA-256, still in the folder of what has not been tested.
 pack() {
-    cd "$content"
-    chmod 644 "${files[@]}"
-    touch --date="@$SOURCE_DATE_EPOCH" "${files[@]}"
-    trap 'rm -f "$release_dir/untested.zip"' EXIT
-    zip -q -9 -X -D ../untested.zip "${files[@]}"
-    cd ..
+    (
+        cd "$content"
+        chmod 644 "${files[@]}"
+        touch --date="@$SOURCE_DATE_EPOCH" "${files[@]}"
+        zip -q -9 -X -D "$untested/$archive" "${files[@]}"
+        cd "$untested"
+        sha256sum "$archive" >"$archive.sha256"
+    )
 }
 
-# In a shell of its own: the tests have other surroundings.
-test_archive() (
+# The cases with the program's label start the file that MERGE_TEST_PROGRAM names.
+test_archive() {
     local unpacked="$release_dir/unpacked"
-    unzip -q "$release_dir/untested.zip" -d "$unpacked"
-    unset MERGE_TEST_SQL_SERVER DISPLAY # no other server than the stand-in, and never a user's display
-    trap close_wine EXIT
+    mkdir "$unpacked"
+    (cd "$unpacked" && cmake -E tar xf "$untested/$archive") || return 1
+    say "tests of the program in the archive"
+    unset MERGE_TEST_SQL_SERVER # faults can be injected into the stand-in alone
+    unset DISPLAY               # tests move the mouse: never on a user's display
     open_wine test
-    export MERGE_TEST_PROGRAM="Z:${unpacked//\//\\}\\MergeAccountQuery.exe"
-    cd "$root"
-    ctest --preset mingw-debug --label-regex '^MergeAccountQuery[.]exe$' --no-tests=error 9>&-
-)
-
-hand_out() {
-    mv untested.zip "$archive"
-    sha256sum "$archive" >"$archive.sha256"
-    rm -r unpacked
+    cd "$root" && MERGE_TEST_PROGRAM="Z:${unpacked//\//\\}\\MergeAccountQuery.exe" \
+        ctest --preset mingw-debug --label-regex '^MergeAccountQuery\.exe$' 9>&-
 }
 
-install_packages git pandoc zip unzip
+install_packages git pandoc zip
 check_version
 fix_surroundings
+rm -rf "$release_dir"
 build_preset mingw-release
 build_preset mingw-debug
 build_standin
 say "release $version"
-rm -rf "$release_dir"
-mkdir -p "$content"
+mkdir -p "$content" "$untested"
 cp "$build_dir/mingw-release/MergeAccountQuery.exe" "$content/"
 write_manual
 write_texts
 write_notices
 pack
-say "tests of the program in the archive"
+trap 'close_wine; rm -rf "$untested"' EXIT
 test_archive
-hand_out
+mv "$untested/$archive" "$untested/$archive.sha256" "$release_dir/"
 say "made: $release_dir/$archive"
 cat "$release_dir/$archive.sha256"
