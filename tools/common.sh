@@ -7,6 +7,18 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 build_dir="$root/build"
 log_dir="$build_dir/logs"
 
+# check_machine: ends the script on a machine where it would fail later and say less.
+check_machine() {
+    local ID='' VERSION_ID='' PRETTY_NAME='an unknown system'
+    # shellcheck source=/dev/null
+    [[ ! -r /etc/os-release ]] || source /etc/os-release
+    # Debian's next release has no number until it is one.
+    [[ $HOSTTYPE == x86_64 && $ID == debian && ${VERSION_ID:-13} -ge 12 ]] &&
+        type apt-get dpkg-query >/dev/null 2>&1 && return
+    echo "${0##*/} needs Debian 12 or 13 on x86_64, with apt-get and dpkg; this is $PRETTY_NAME on $HOSTTYPE" >&2
+    exit 1
+}
+
 # One line of progress.
 say() {
     printf '== %s\n' "$*"
@@ -44,3 +56,6 @@ build_standin() {
         -DCMAKE_BUILD_TYPE=Release || return 1
     quietly build-standin cmake --build "$build_dir/standin" --parallel "$(nproc)"
 }
+
+# Here, before bash reads on: what follows in some scripts an older bash does not even understand.
+check_machine

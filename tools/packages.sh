@@ -17,11 +17,20 @@ packages=(
     "$@"
 )
 
+# apt knows the names in small letters alone.
+proxies=()
+for name in http_proxy https_proxy no_proxy; do
+    capitals=${name^^}
+    value=${!name:-${!capitals:-}}
+    [[ -z $value ]] || proxies+=("$name=$value")
+done
+
+# Whether sudo passes the environment on is up to the machine.
 as_root() {
     if [[ $EUID -eq 0 ]]; then
-        "$@"
+        env "${proxies[@]}" "$@"
     elif command -v sudo >/dev/null; then
-        sudo "$@"
+        sudo env "${proxies[@]}" "$@"
     else
         echo "packages are missing and neither root nor sudo is available: $*" >&2
         return 1
