@@ -45,15 +45,16 @@ std::wstring PlacesOfPassword(const RepairDesk& story) {
 
 enum class When { BeforeThePress, OverTheQuestion };
 
-}  // namespace
+struct Row {
+    const char* name;
+    int button;
+    When when;
+    const char* faults;
+    std::wstring status;
+};
 
-TEST_CASE("an action that fails tells why and leaves data windows handles and password as they were") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
+std::vector<Row> Rows() {
     using enum When;
-    const RepairDesk story;
-    const AllContents before = story.zones.Contents();
-    story.DetectAndSelect();
-    story.Press(kAnalyzeButton);
     const std::wstring dead = L"08S01: 断开", none = L"查询失败：",
                        found = L"查询完成，匹配到 2 个账号；自动识别：", one = L"修复失败，已尝试回滚：",
                        all = L"批量修复失败，已尝试回滚：", server = L"SQL Server 连接失败：",
@@ -63,45 +64,48 @@ TEST_CASE("an action that fails tells why and leaves data windows handles and pa
                        by = L"08S01: [Microsoft][ODBC Driver 18 for SQL Server]",
                        lost = by + L"TCP Provider: Connection reset by peer. | " + by +
                               L"Communication link failure";
-    struct Row {
-        const char* name;
-        int button;
-        When when;
-        const char* faults;
-        std::wstring status;
-    };
-    for (const Row& row :
-         {Row{"query, down", kQueryButton, BeforeThePress, kDown, none + server + down},
-          Row{"query, refused", kQueryButton, BeforeThePress, kRefused, none + server + refused},
-          Row{"query, lost between two rows", kQueryButton, BeforeThePress,
-              "die\tfetch\t'.COLUMNS'\t2\t08S01\t1\t断开\n", none + dead},
-          Row{"query, up again", kQueryButton, BeforeThePress, "",
-              found + L"dbo.TBL_CHARACTER.FLD_ACCOUNT；中间两位已隐藏。"},
-          Row{"detection, down", kDetectButton, BeforeThePress, kDown, L"检测失败：" + last + down},
-          Row{"detection, lost among the guilds", kDetectButton, BeforeThePress,
-              "die\tfetch\t'TBL_GUILD_INFO'\t2\t08S01\t1\t断开\n", L"检测失败：" + dead},
-          Row{"analysis, lost at the columns", kAnalyzeButton, BeforeThePress,
-              "die\texecute\t'.COLUMNS'\t1\t08S01\t1\t断开\n", L"分析失败：" + dead},
-          Row{"repair, refused", kRepairButton, BeforeThePress, kRefused, one + last + refused},
-          Row{"repair, down meanwhile", kRepairButton, OverTheQuestion, kDown, one + last + down},
-          Row{"repair, lost in the verification", kRepairButton, OverTheQuestion,
-              "die\texecute\t'[TBL_BAG] WHERE'\t2\n", one + lost},
-          Row{"batch, lost in the plan", kRepairAllButton, BeforeThePress,
-              "die\tfetch\t'.COLUMNS'\t2\t08S01\t1\t断开\n", all + dead},
-          Row{"batch, down meanwhile", kRepairAllButton, OverTheQuestion, kDown, all + last + down},
-          Row{"batch, lost in the verification", kRepairAllButton, OverTheQuestion,
-              "die\texecute\t'[TBL_MEMBER] WHERE'\t2\t08S01\t1\t断开\n", all + dead},
-          Row{"batch, not committed", kRepairAllButton, OverTheQuestion, "commit\t1\tHY000\t1\tx\n",
-              all + L"统一角色/行会修复事务提交失败"},
-          Row{"detection, up again", kDetectButton, BeforeThePress, "",
-              L"分析完成：重复角色 " + std::to_wstring(kDuplicateRoles) + L" 个，重复行会 " +
-                  std::to_wstring(kDuplicateGuilds) +
-                  L" 个。默认未修改数据库。请选择目标库后可批量修复。"}}) {
+    return {
+        Row{"query, down", kQueryButton, BeforeThePress, kDown, none + server + down},
+        Row{"query, refused", kQueryButton, BeforeThePress, kRefused, none + server + refused},
+        Row{"query, lost between two rows", kQueryButton, BeforeThePress,
+            "die\tfetch\t'.COLUMNS'\t2\t08S01\t1\t断开\n", none + dead},
+        Row{"query, up again", kQueryButton, BeforeThePress, "",
+            found + L"dbo.TBL_CHARACTER.FLD_ACCOUNT；中间两位已隐藏。"},
+        Row{"detection, down", kDetectButton, BeforeThePress, kDown, L"检测失败：" + last + down},
+        Row{"detection, lost among the guilds", kDetectButton, BeforeThePress,
+            "die\tfetch\t'TBL_GUILD_INFO'\t2\t08S01\t1\t断开\n", L"检测失败：" + dead},
+        Row{"analysis, lost at the columns", kAnalyzeButton, BeforeThePress,
+            "die\texecute\t'.COLUMNS'\t1\t08S01\t1\t断开\n", L"分析失败：" + dead},
+        Row{"repair, refused", kRepairButton, BeforeThePress, kRefused, one + last + refused},
+        Row{"repair, down meanwhile", kRepairButton, OverTheQuestion, kDown, one + last + down},
+        Row{"repair, lost in the verification", kRepairButton, OverTheQuestion,
+            "die\texecute\t'[TBL_BAG] WHERE'\t2\n", one + lost},
+        Row{"batch, lost in the plan", kRepairAllButton, BeforeThePress,
+            "die\tfetch\t'.COLUMNS'\t2\t08S01\t1\t断开\n", all + dead},
+        Row{"batch, down meanwhile", kRepairAllButton, OverTheQuestion, kDown, all + last + down},
+        Row{"batch, lost in the verification", kRepairAllButton, OverTheQuestion,
+            "die\texecute\t'[TBL_MEMBER] WHERE'\t2\t08S01\t1\t断开\n", all + dead},
+        Row{"batch, not committed", kRepairAllButton, OverTheQuestion, "commit\t1\tHY000\t1\tx\n",
+            all + L"统一角色/行会修复事务提交失败"},
+        Row{"detection, up again", kDetectButton, BeforeThePress, "",
+            L"分析完成：重复角色 " + std::to_wstring(kDuplicateRoles) + L" 个，重复行会 " +
+                std::to_wstring(kDuplicateGuilds) + L" 个。默认未修改数据库。请选择目标库后可批量修复。"}};
+}
+
+}  // namespace
+
+TEST_CASE("an action that fails tells why and leaves data windows handles and password as they were") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const RepairDesk story;
+    const AllContents before = story.zones.Contents();
+    story.DetectAndSelect();
+    story.Press(kAnalyzeButton);
+    for (const Row& row : Rows()) {
         CAPTURE(row.name);
         const auto question =
-            row.when == OverTheQuestion ? story.PressForBox(row.button) : desk::MessageBoxView();
+            row.when == When::OverTheQuestion ? story.PressForBox(row.button) : desk::MessageBoxView();
         const Faults faults(row.faults);
-        if (row.when == OverTheQuestion) {
+        if (row.when == When::OverTheQuestion) {
             desk::Answer(question, IDYES);
             story.WaitForStatus(row.status);
         } else if (row.button == kQueryButton) {

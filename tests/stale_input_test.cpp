@@ -1,4 +1,3 @@
-#include <functional>
 #include <optional>
 
 #include "support/desk_fixture.h"
@@ -55,36 +54,78 @@ struct Question : Ready {
     POINT yes;
 };
 
+// What impatient hands do to a question before it can be read.
+struct Impatience {
+    const char* name;
+    void (*duringThePlan)(POINT yes);
+    void (*onShow)(POINT yes);  // as soon as it is
+};
+constexpr auto kNothing = [](POINT) {};
+constexpr auto kClick = [](POINT yes) { desk::ClickScreen(yes); };
+constexpr auto kY = [](POINT) { desk::TapKey('Y'); };
+const Impatience kImpatience[] = {
+    {"a click where Yes will be", kClick, kNothing},
+    {"a double click there", [](POINT yes) { desk::ClickScreen(yes, 2); }, kNothing},
+    {"Y", kY, kNothing},
+    {"Alt+Y", [](POINT) { desk::TapKey('Y', {VK_MENU}); }, kNothing},
+    {"Left and Enter", [](POINT) { Tap(VK_LEFT, VK_RETURN); }, kNothing},
+    {"Tab and Space", [](POINT) { Tap(VK_TAB, VK_SPACE); }, kNothing},
+    {"a click on Yes at once", kNothing, kClick},
+    {"Y at once", kNothing, kY},
+    {"Y held down", [](POINT) { desk::PressKey('Y'); },
+     [](POINT) {
+         desk::ReadBox();
+         desk::PressKey('Y');
+     }},
+};
+
+// What they do while an action works, and once it has ended.
+struct Meddling {
+    const char* name;
+    int action;
+    void (*during)(const RepairDesk& story, HWND window, HWND button);
+    void (*afterwards)(HWND window) = [](HWND) {};
+};
+constexpr auto kAgain = [](const RepairDesk&, HWND, HWND button) { ClickOn(button); };
+constexpr auto kClose = [](const RepairDesk&, HWND window, HWND) { desk::ClickScreen(CloseGlyph(window)); };
+const Meddling kMeddling[] = {
+    {"detection, clicked again", kDetectButton, kAgain},
+    {"analysis, clicked again", kAnalyzeButton, kAgain},
+    {"analysis, detection clicked", kAnalyzeButton,
+     [](const RepairDesk& story, HWND, HWND) { ClickOn(story.Child(kDetectButton)); }},
+    {"repair, clicked again", kRepairButton, kAgain},
+    {"batch repair, clicked again", kRepairAllButton, kAgain},
+    {"query, clicked again", kQueryButton, kAgain},
+    {"query, Enter again", kKeywordEdit, [](const RepairDesk&, HWND, HWND) { desk::TapKey(VK_RETURN); }},
+    {"detection, a row of its list clicked", kDetectButton,
+     [](const RepairDesk& story, HWND, HWND) { desk::ClickScreen(SecondRow(story.Child(kRoleList))); }},
+    {"detection, its window's cross clicked", kDetectButton, kClose},
+    {"detection, the cross pressed and then released", kDetectButton,
+     [](const RepairDesk&, HWND window, HWND) { desk::PressMouse(CloseGlyph(window)); },
+     [](HWND window) { desk::ReleaseMouse(CloseGlyph(window)); }},
+    {"detection, Alt+F4", kDetectButton,
+     [](const RepairDesk&, HWND, HWND) { desk::TapKey(VK_F4, {VK_MENU}); }},
+    {"query, its window's cross clicked", kQueryButton, kClose},
+};
+
+// The window that an action belongs to, in front and without the other one above it.
+HWND WindowOf(int action, const RepairDesk& story) {
+    if (action >= kServerEdit) return story.window;
+    desk::Close(story.window);
+    desk::WaitUntilGone(story.window);
+    desk::SetText(story.desk.Child(kKeywordEdit), L"zh");
+    ClickOn(story.desk.Child(kKeywordEdit));
+    return story.desk.window;
+}
+
 }  // namespace
 
 TEST_CASE("a question is answered only by what is done after it has been on show") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    using Act = std::function<void(POINT yes)>;
-    struct Row {
-        const char* name;
-        Act duringThePlan, onShow;  // as soon as it is
-    };
-    const Act nothing = [](POINT) {}, y = [](POINT) { desk::TapKey('Y'); };
-    const Act click = [](POINT yes) { desk::ClickScreen(yes); };
-    const Row rows[] = {
-        {"a click where Yes will be", click, nothing},
-        {"a double click there", [](POINT yes) { desk::ClickScreen(yes, 2); }, nothing},
-        {"Y", y, nothing},
-        {"Alt+Y", [](POINT) { desk::TapKey('Y', {VK_MENU}); }, nothing},
-        {"Left and Enter", [](POINT) { Tap(VK_LEFT, VK_RETURN); }, nothing},
-        {"Tab and Space", [](POINT) { Tap(VK_TAB, VK_SPACE); }, nothing},
-        {"a click on Yes at once", nothing, click},
-        {"Y at once", nothing, y},
-        {"Y held down", [](POINT) { desk::PressKey('Y'); },
-         [](POINT) {
-             desk::ReadBox();
-             desk::PressKey('Y');
-         }},
-    };
     for (const auto& [id, title] : {std::pair(int{kRepairButton}, L"确认修复角色唯一 ID"),
                                     {kRepairAllButton, L"确认批量修复全部重复 ID"}}) {
         std::optional<Question> story;
-        for (const Row& row : rows) {
+        for (const Impatience& row : kImpatience) {
             CAPTURE(title);
             CAPTURE(row.name);
             if (!story) story.emplace(id);
@@ -139,66 +180,31 @@ TEST_CASE("the program ends behind the work during which the taskbar has asked f
 
 TEST_CASE("what is done while an action works starts nothing afterwards") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    using Act = std::function<void(const RepairDesk&, HWND window, HWND button)>;
-    struct Row {
-        const char* name;
-        int action;
-        Act during, afterwards;
-    };
-    const Act nothing = [](auto&, HWND, HWND) {}, again = [](auto&, HWND, HWND button) { ClickOn(button); };
-    const Act close = [](auto&, HWND window, HWND) { desk::ClickScreen(CloseGlyph(window)); };
-    const Row rows[] = {
-        {"detection, clicked again", kDetectButton, again, nothing},
-        {"analysis, clicked again", kAnalyzeButton, again, nothing},
-        {"analysis, detection clicked", kAnalyzeButton,
-         [](auto& story, HWND, HWND) { ClickOn(story.Child(kDetectButton)); }, nothing},
-        {"repair, clicked again", kRepairButton, again, nothing},
-        {"batch repair, clicked again", kRepairAllButton, again, nothing},
-        {"query, clicked again", kQueryButton, again, nothing},
-        {"query, Enter again", kKeywordEdit, [](auto&, HWND, HWND) { desk::TapKey(VK_RETURN); }, nothing},
-        {"detection, a row of its list clicked", kDetectButton,
-         [](auto& story, HWND, HWND) { desk::ClickScreen(SecondRow(story.Child(kRoleList))); }, nothing},
-        {"detection, its window's cross clicked", kDetectButton, close, nothing},
-        {"detection, the cross pressed and then released", kDetectButton,
-         [](auto&, HWND window, HWND) { desk::PressMouse(CloseGlyph(window)); },
-         [](auto&, HWND window, HWND) { desk::ReleaseMouse(CloseGlyph(window)); }},
-        {"detection, Alt+F4", kDetectButton, [](auto&, HWND, HWND) { desk::TapKey(VK_F4, {VK_MENU}); },
-         nothing},
-        {"query, its window's cross clicked", kQueryButton, close, nothing},
-    };
-    const auto check = [](const Row& row) {
+    const auto check = [](const Meddling& row) {
         const Ready story;
-        const bool ofQuery = row.action < kServerEdit;
-        if (ofQuery) {
-            desk::Close(story.window);  // it would lie above the other one
-            desk::WaitUntilGone(story.window);
-            desk::SetText(story.desk.Child(kKeywordEdit), L"zh");
-            ClickOn(story.desk.Child(kKeywordEdit));
-        }
-        const HWND window = ofQuery ? story.desk.window : story.window;
-        const HWND status = desk::Child(window, ofQuery ? int{kQueryStatus} : int{kRepairStatus});
-        const HWND button = desk::Child(window, row.action);
+        const HWND window = WindowOf(row.action, story), button = desk::Child(window, row.action);
+        const HWND line =
+            desk::Child(window, window == story.window ? int{kRepairStatus} : int{kQueryStatus});
         const Trace trace;
         DoDuringWork(
             trace, [&] { row.action == kKeywordEdit ? desk::TapKey(VK_RETURN) : ClickOn(button); },
             [&] { row.during(story, window, button); });
-        if (row.action == kRepairButton || row.action == kRepairAllButton) {
+        if (row.action == kRepairButton || row.action == kRepairAllButton)
             desk::Answer(desk::WaitForMessageBox(window), IDNO);
-        }
+        std::wstring end;
         desk::WaitUntil("the end", [&] {
-            const std::wstring text = desk::Text(status);
-            return text.starts_with(L"分析完成：") || text.starts_with(L"目标库关联字段") ||
-                   text.starts_with(L"查询完成，") || text.starts_with(L"已取消");
+            end = desk::Text(line);
+            return end.starts_with(L"分析完成：") || end.starts_with(L"目标库关联字段") ||
+                   end.starts_with(L"查询完成，") || end.starts_with(L"已取消");
         });
-        row.afterwards(story, window, button);
-        const std::wstring end = desk::Text(status);
+        row.afterwards(window);
         desk::WaitUntilInputIsTaken(window);
-        CHECK(desk::Text(status) == end);
+        CHECK(desk::Text(line) == end);
         std::vector<std::wstring> begun = trace.Events();
         std::erase_if(begun, [](const std::wstring& event) { return !event.starts_with(L"connect "); });
         CHECK(begun.size() == 1);
     };
-    for (const Row& row : rows) {
+    for (const Meddling& row : kMeddling) {
         CAPTURE(row.name);
         CHECK_NOTHROW(check(row));  // a window that is gone
     }
