@@ -97,11 +97,12 @@ TEST_CASE("the manual names the patterns of referring columns in its text and it
     }
     std::ranges::sort(shortest);
     const Texts statements = AllOf(manual, L"```sql ([^`]*LIKE N'%[A-Z][^`]*)```");
-    CHECK(statements.size() == 2);  // columns that are too short, views
+    CHECK(statements.size() == 3);  // columns that letter case hides, that are too short, views
     for (const std::wstring& sql : statements) {
         CAPTURE(sql);
         Texts patterns = AllOf(sql, L"LIKE N'%([A-Z_]+)%'");
         std::ranges::sort(patterns);
+        patterns.erase(std::unique(patterns.begin(), patterns.end()), patterns.end());
         CHECK(patterns == shortest);
     }
 }
