@@ -105,20 +105,31 @@ std::wstring Described(HWND child) {
     return text.str();
 }
 
-// In the order of creation.
-std::vector<HWND> Children(HWND window) {
-    std::vector<HWND> children;
-    for (HWND child = nullptr; (child = FindWindowExW(window, child, nullptr, nullptr)) != nullptr;)
-        children.push_back(child);
-    return children;
+// What all controls have in common, and lists among themselves.
+void CheckCommonParts(HWND child) {
+    constexpr DWORD kByItself = WS_CLIPSIBLINGS | WS_HSCROLL | WS_VSCROLL;
+    CHECK((desk::Style(child) & ~kByItself & 0xFFFF0000) == (WS_CHILD | WS_VISIBLE));
+    CHECK((desk::ExStyle(child) | WS_EX_CLIENTEDGE) == WS_EX_CLIENTEDGE);
+    LOGFONTW font = {};
+    GetObjectW(reinterpret_cast<HFONT>(desk::Send(child, WM_GETFONT)), sizeof font, &font);
+    CHECK(font.lfHeight == -16);
+    CHECK(font.lfWeight == 400);
+    CHECK(font.lfQuality == CLEARTYPE_QUALITY);
+    if (desk::ClassName(child) != WC_LISTVIEWW) return;
+    constexpr LRESULT kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
+    CHECK((desk::Send(child, LVM_GETEXTENDEDLISTVIEWSTYLE) & kStyles) == kStyles);
 }
 
-// Child by child; one that is too much or missing differs from nothing.
-void CheckChildren(HWND window, std::vector<std::wstring> expected) {
-    const std::vector<HWND> children = Children(window);
-    CHECK(children.size() == expected.size());
-    expected.resize(children.size());
-    for (size_t i = 0; i < children.size(); ++i) CHECK(Described(children[i]) == expected[i]);
+// Child by child in the order of creation; one that is too much or missing differs from nothing.
+void CheckChildren(HWND window, const std::vector<std::wstring>& expected) {
+    HWND child = nullptr;
+    for (const std::wstring& description : expected) {
+        child = FindWindowExW(window, child, nullptr, nullptr);
+        REQUIRE(child);
+        CHECK(Described(child) == description);
+        CheckCommonParts(child);
+    }
+    CHECK(!FindWindowExW(window, child, nullptr, nullptr));
 }
 
 std::string HitName(LRESULT code) {
@@ -208,25 +219,6 @@ TEST_CASE("each control has its place class style and text") {
          L"3013B0 1027,603 120*26 执行修复",
          L"3012S5+ 14,643 1133*150 表260,字段180,类型100,命中行数100,",
          L"3014S12 14,799 1133*42 默认只读；检测和分析不会修改数据库。"});
-}
-
-TEST_CASE("all controls have the same font and styles and lists their own") {
-    const Windows windows;
-    for (const HWND window : {windows.query, windows.repair})
-        for (const HWND child : Children(window)) {
-            CAPTURE(GetDlgCtrlID(child));
-            constexpr DWORD kByItself = WS_CLIPSIBLINGS | WS_HSCROLL | WS_VSCROLL;
-            CHECK((desk::Style(child) & ~kByItself & 0xFFFF0000) == (WS_CHILD | WS_VISIBLE));
-            CHECK((desk::ExStyle(child) | WS_EX_CLIENTEDGE) == WS_EX_CLIENTEDGE);
-            LOGFONTW font = {};
-            GetObjectW(reinterpret_cast<HFONT>(desk::Send(child, WM_GETFONT)), sizeof font, &font);
-            CHECK(font.lfHeight == -16);
-            CHECK(font.lfWeight == 400);
-            CHECK(font.lfQuality == CLEARTYPE_QUALITY);
-            if (desk::ClassName(child) != WC_LISTVIEWW) continue;
-            constexpr LRESULT kStyles = LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;
-            CHECK((desk::Send(child, LVM_GETEXTENDEDLISTVIEWSTYLE) & kStyles) == kStyles);
-        }
 }
 
 TEST_CASE("places follow the window's width and height down to their limits") {
