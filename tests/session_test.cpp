@@ -4,74 +4,105 @@
 #include "support/test_database.h"
 #include "support/wide_text.h"
 
-// What connecting asks the driver for, the error, how often it disconnected and what it left alive; with a
-// driver on the account side, without one on the repair side.
-static std::wstring Connecting(const wchar_t* driver = nullptr, SQLSMALLINT refusedKind = 0) {
+// How sides connect, with the time that an attempt is given.
+struct Side {
+    const char* name;
+    const wchar_t *seconds, *database;
+    void (OdbcSession::*connect)(const DbConnectionSettings&);
+};
+static constexpr Side kRepairSide = {"repair", L" 10\n", L"", &OdbcSession::Connect},
+                      kAccountSide = {"account", L" 5\n", L"master", &OdbcSession::ConnectAccountSide};
+
+using Drivers = std::vector<std::wstring>;
+static const Drivers kAll = {L"ODBC Driver 18 for SQL Server", L"ODBC Driver 17 for SQL Server",
+                             L"SQL Server Native Client 11.0", L"SQL Server"};
+
+// Connects with a driver in the settings and checks which ones are tried, what they are asked for at the end,
+// the error, how often the driver manager is asked to disconnect, and that nothing is left.
+static void CheckConnecting(const Side& side, const wchar_t* setting, const Drivers& tried,
+                            const std::wstring& end, const std::wstring& error, int disconnections,
+                            SQLSMALLINT refusedKind = 0) {
+    CAPTURE(side.name);
+    CAPTURE(setting);
+    std::wstring expected, message;
+    for (const std::wstring& driver : tried) expected += L"attempt " + driver + side.seconds;
     ReplacedDriverManager manager;
     manager.refusedKind = refusedKind;
-    std::wstring error;
     const std::wstring told = ToldBy([&] {
         OdbcSession session;
-        DbConnectionSettings settings = SettingsFor(driver ? L"master" : L"");
-        settings.driver = driver ? driver : L"ignored";
-        error = ErrorOf([&] { driver ? session.ConnectAccountSide(settings) : session.Connect(settings); });
+        DbConnectionSettings settings = SettingsFor(side.database);
+        settings.driver = setting;
+        message = ErrorOf([&] { (session.*side.connect)(settings); });
     });
-    return told + error + L" " + std::to_wstring(manager.disconnections) + L"/" +
-           std::to_wstring(manager.handles + LiveHandles());
+    CHECK(message == error);
+    CHECK(FirstLineThatDiffers(told, expected + end) == L"");
+    CHECK(manager.disconnections == disconnections);
+    CHECK(manager.handles == 0);
+    CHECK(Alive() == L"");
 }
 
 TEST_CASE("every driver is tried in order for its time and the last one's diagnostics are the message") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    const std::wstring first = L"attempt ODBC Driver 18 for SQL Server",
-                       second = L"attempt ODBC Driver 17 for SQL Server",
-                       third = L"attempt SQL Server Native Client 11.0", last = L"attempt SQL Server";
-    const auto all = [&](const wchar_t* s) { return first + s + second + s + third + s + last + s; };
-    const std::wstring connected = L"connect master\ndisconnect 0\n(nothing) 1/0";
     // As the driver manager here sorts them; the driver's own text of a refusal ends in a line break.
     const std::wstring by = L"[Microsoft][SQL Server]",
-                       timeout = L"HYT00: " + by + L"Login timeout expired | 08001: ",
+                       timeout = L"HYT00: " + by + L"Login timeout expired | 08001: " + by,
                        keyword = L" | 01S00: " + by + L"Invalid connection string attribute";
-    for (const auto& [faults, diagnostics] :
-         {std::pair("connect\t*\t08001\t17\t没有服务器\n", L"08001: 没有服务器" + keyword),
-          {"second\t0\nrefuse\tconnect\t*\n",
-           timeout + by + L"TCP Provider: Connection refused. | 08001: " + by +
-               L"A network-related or instance-specific error has occurred while establishing a connection "
-               L"to " +
-               Server().host + L"," + std::to_wstring(Server().port) +
-               L". Server is not found or not accessible. Check if instance name is correct and if SQL "
-               L"Server is "
-               L"configured to allow remote connections. For more information see SQL Server Books Online." +
-               keyword},
-          {"second\t0\nsilent\tconnect\t*\n",
-           timeout + by + L"TCP Provider: Timeout error [258]. | 08001: " + by +
-               L"Unable to complete login process due to delay in prelogin response" + keyword}}) {
-        const Faults none(faults);
-        const std::wstring error = L"SQL Server 连接失败：" + diagnostics + L" 1/0";
-        CHECK(Connecting() ==  // disconnected after every attempt and at the end; below at the end alone
-              all(L" 10\n") + L"SQL Server 连接失败：SQL Server：" + diagnostics + L" 5/0");
-        CHECK(Connecting(L" ODBC Driver 17 for SQL Server ") == second + L" 5\n" + all(L" 5\n") + error);
-        CHECK(Connecting(L" ") == all(L" 5\n") + error);
+    struct Row {
+        const char *name, *faults;
+        std::wstring diagnostics;
+    };
+    for (const Row& row :
+         {Row{"an error", "connect\t*\t08001\t17\t没有服务器\n", L"08001: 没有服务器" + keyword},
+          Row{"nobody listens", "second\t0\nrefuse\tconnect\t*\n",
+              timeout + L"TCP Provider: Connection refused. | 08001: " + by +
+                  L"A network-related or instance-specific error has occurred while establishing a "
+                  L"connection to " +
+                  Server().host + L"," + std::to_wstring(Server().port) +
+                  L". Server is not found or not accessible. Check if instance name is correct and if SQL "
+                  L"Server is configured to allow remote connections. For more information see SQL Server "
+                  L"Books Online." +
+                  keyword},
+          Row{"a silent server", "second\t0\nsilent\tconnect\t*\n",
+              timeout + L"TCP Provider: Timeout error [258]. | 08001: " + by +
+                  L"Unable to complete login process due to delay in prelogin response" + keyword}}) {
+        CAPTURE(row.name);
+        const Faults none(row.faults);
+        const std::wstring failed = L"SQL Server 连接失败：";
+        const Drivers twice = {kAll[1], kAll[0], kAll[1], kAll[2], kAll[3]};
+        // Disconnected after every attempt and at the end; on the account side at the end alone.
+        CheckConnecting(kRepairSide, L"ignored", kAll, L"", failed + L"SQL Server：" + row.diagnostics, 5);
+        CheckConnecting(kAccountSide, L" ODBC Driver 17 for SQL Server ", twice, L"",
+                        failed + row.diagnostics, 1);
+        CheckConnecting(kAccountSide, L" ", kAll, L"", failed + row.diagnostics, 1);
     }
-    CHECK(Connecting() == first + L" 10\n" + connected);
-    CHECK(Connecting(L"") == first + L" 5\n" + connected);
-    CHECK(Connecting(L"SQL Server") == last + L" 5\n" + connected);
+}
+
+TEST_CASE("the first driver that connects is the only one") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
+    const std::wstring connected = L"connect master\ndisconnect 0\n";
+    CheckConnecting(kRepairSide, L"SQL Server", {kAll[0]}, connected, L"(nothing)", 1);
+    CheckConnecting(kAccountSide, L"", {kAll[0]}, connected, L"(nothing)", 1);
+    CheckConnecting(kAccountSide, L"SQL Server", {kAll[3]}, connected, L"(nothing)", 1);
+}
+
+TEST_CASE("a session that connects again keeps one connection and no password behind it") {
+    if (!CanInjectFaults()) return SkipWithoutFaults();
     OdbcSession session;
     for (int i = 0; i < 2; ++i) session.Connect(SettingsFor(L"master"));
-    CHECK(LiveHandles() == 2);
+    CHECK(Alive() == L"environments 1 connections 1 open 1 ");
     const auto* const thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
     const std::wstring_view stack(static_cast<const wchar_t*>(thread->StackLimit),
                                   static_cast<const wchar_t*>(thread->StackBase));
-    CHECK(stack.find(L";PWD=" + QuoteOdbcValue(Server().password)) == stack.npos);
+    const bool isPasswordOnStack = stack.find(L";PWD=" + QuoteOdbcValue(Server().password)) != stack.npos;
+    CHECK_FALSE(isPasswordOnStack);
 }
 
 TEST_CASE("a handle that cannot be had is told in the words of its side") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
-    for (const auto& [kind, repairSide, accountSide] :
-         {std::tuple(SQLSMALLINT{SQL_HANDLE_ENV}, L"ODBC 环境初始化失败 0/0", L"ODBC environment failed 0/0"),
-          {SQLSMALLINT{SQL_HANDLE_DBC}, L"ODBC 连接句柄初始化失败 0/0", L"ODBC connection failed 0/0"}}) {
-        CHECK(Connecting(nullptr, kind) == repairSide);
-        CHECK(Connecting(L"", kind) == accountSide);
-    }
+    CheckConnecting(kRepairSide, L"", {}, L"", L"ODBC 环境初始化失败", 0, SQL_HANDLE_ENV);
+    CheckConnecting(kRepairSide, L"", {}, L"", L"ODBC 连接句柄初始化失败", 0, SQL_HANDLE_DBC);
+    CheckConnecting(kAccountSide, L"", {}, L"", L"ODBC environment failed", 0, SQL_HANDLE_ENV);
+    CheckConnecting(kAccountSide, L"", {}, L"", L"ODBC connection failed", 0, SQL_HANDLE_DBC);
 }
 
 TEST_CASE("one number is read from a query") {
@@ -79,54 +110,70 @@ TEST_CASE("one number is read from a query") {
     const OdbcSession session = database.Open();
     const auto number = [&](const wchar_t* sql) { return QueryInt64(session.Connection(), sql); };
     const wchar_t largest[] = L"SELECT MAX(CONVERT(DECIMAL(38,0), big)) FROM t";
-    CHECK((number(largest) == 0 && number(L"SELECT n FROM t") == 0));
+    CHECK(number(largest) == 0);
+    CHECK(number(L"SELECT n FROM t") == 0);
     RunSql(session, {L"INSERT INTO t (n, big) VALUES (7, '9223372036854775807')"});
-    CHECK((number(largest) == INT64_MAX && number(L"SELECT n FROM t") == 7));
+    CHECK(number(largest) == INT64_MAX);
+    CHECK(number(L"SELECT n FROM t") == 7);
     RunSql(session, {L"INSERT INTO t (n, big) VALUES (8, '9223372036854775808')"});
-    CHECK(ErrorOf([&] { number(largest); }).starts_with(L"22003: "));
+    CHECK(ErrorOf([&] { number(largest); }).substr(0, 7) == L"22003: ");
 }
 
 TEST_CASE("at most six records are told in one line") {
     const std::wstring longest(1023, L'x');
-    for (const auto& [driverTells, line] :
-         {std::pair(std::vector<std::wstring>{L"1", L"2\r\n", L"", L"4", L"5", L"6", L"7"},
-                    std::wstring(L"HY000: 1 | HY000: 2 | HY000: 4 | HY000: 5 | HY000: 6")),
-          {{L"a\r\nb\tc \r\n\t d  e.\n"}, L"HY000: a b c d  e."},
-          {{L"a  \nb"}, L"HY000: a b"},
-          {{L" \r\n", longest + L"y"}, L"HY000:  | HY000: " + longest},
-          {{L""}, L"ODBC 未返回详细错误"}}) {
+    struct Row {
+        const char* name;
+        std::vector<std::wstring> records;  // an empty one cannot be read
+        std::wstring line;
+    };
+    for (const Row& row :
+         {Row{"seven, one of them unreadable",
+              {L"1", L"2\r\n", L"", L"4", L"5", L"6", L"7"},
+              L"HY000: 1 | HY000: 2 | HY000: 4 | HY000: 5 | HY000: 6"},
+          Row{"breaks and tabs", {L"a\r\nb\tc \r\n\t d  e.\n"}, L"HY000: a b c d  e."},
+          Row{"blanks in front of a break", {L"a  \nb"}, L"HY000: a b"},
+          Row{"nothing but a break, too long", {L" \r\n", longest + L"y"}, L"HY000:  | HY000: " + longest},
+          Row{"none", {L""}, L"ODBC 未返回详细错误"}}) {
+        CAPTURE(row.name);
         ReplacedDriverManager manager;
-        manager.records = driverTells;
-        CHECK(OdbcDiagnostics(SQL_HANDLE_DBC, SQL_NULL_HANDLE) == line);
+        manager.records = row.records;
+        CHECK(OdbcDiagnostics(SQL_HANDLE_DBC, SQL_NULL_HANDLE) == row.line);
     }
 }
+
+// A transaction's way: what fails in it, what the driver is told at its end and when the session is closed,
+// the number behind an update of 2 that follows, which commits by itself again, and the error.
+struct Transaction {
+    const char *name, *faults;
+    std::wstring end, closing;
+    int number;
+    std::wstring error = L"SQL 事务提交失败";
+};
+#define CANNOT_END "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n"
+static const std::wstring kCommit = L"commit \nauto \n", kRollback = L"rollback \nauto \n",
+                          kClosed = L"disconnect 0\n";
+static const Transaction kTransactions[] = {
+    {"all is well", "", kCommit, kClosed, 3, L"(nothing)"},
+    {"the work fails", "", kRollback, kClosed, 2, L"any"},
+    // The driver does not disconnect while it counts a transaction as open: the rollback is tried once more.
+    {"refused to disconnect", "disconnect\t1\tHY000\t1\tx\n", kCommit, kRollback + kClosed, 3, L"(nothing)"},
+    {"the commit fails", "commit\t1\tHY000\t1\tx\n", kRollback, kClosed, 2},
+    {"the rollback fails: the server's own statement does it", CANNOT_END,
+     L"execute IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\nauto \n", kClosed, 2},
+    // When nothing can roll back, automatic commit stays off: switching it on would commit.
+    {"that statement fails", CANNOT_END "execute\t'ROLLBACK'\t1\tHY000\t1\tx\n", L"",
+     kClosed + kRollback + kClosed, 0},
+    {"that statement has no handle", CANNOT_END "statement\t2\tHY000\t1\tx\n", L"",
+     kClosed + kRollback + kClosed, 0},
+    // A driver that has lost the connection lets go of it when it is told to commit automatically.
+    {"the connection dies", "die\tcommit\t1\n", L"", kClosed, 0}};
+#undef CANNOT_END
 
 TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its work") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"transaction", {L"CREATE TABLE t (n int)", L"INSERT INTO t (n) VALUES (0)"});
-    // The driver has failed to roll back: the server's own statement does.
-    const std::wstring byStatement = L"execute IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\nauto \n";
-    const std::string cannotEnd = "commit\t1\tHY000\t1\tx\nrollback\t1\tHY000\t1\tx\n";
-    // It does not disconnect while a transaction is open: the rollback is tried once more.
-    const std::wstring closed = L"disconnect 0\n", triedAgain = closed + L"rollback \nauto \n" + closed;
-    struct Row {
-        std::string faults;
-        std::wstring end, closing;
-        int n = 2;  // of the update that follows, which commits by itself again
-        std::wstring error = L"SQL 事务提交失败";
-    };
-    for (const Row& row :
-         {Row{"", L"commit \nauto \n", closed, 3, L"(nothing)"},
-          Row{"", L"rollback \nauto \n", closed, 2, L"any"},
-          Row{"disconnect\t1\tHY000\t1\tx\n", L"commit \nauto \n", L"rollback \nauto \n" + closed, 3,
-              L"(nothing)"},
-          Row{"commit\t1\tHY000\t1\tx\n", L"rollback \nauto \n", closed}, Row{cannotEnd, byStatement, closed},
-          // When nothing can roll back, automatic commit stays off: switching it on would commit.
-          Row{cannotEnd + "execute\t'ROLLBACK'\t1\tHY000\t1\tx\n", L"", triedAgain, 0},
-          Row{cannotEnd + "statement\t2\tHY000\t1\tx\n", L"", triedAgain, 0},
-          // A driver that has lost the connection lets go of it when it is told to commit automatically.
-          Row{"die\tcommit\t1\n", L"", closed, 0}}) {
-        CAPTURE(row.faults);
+    for (const Transaction& row : kTransactions) {
+        CAPTURE(row.name);
         database.Run({L"UPDATE t SET n = 0"});
         const ReplacedDriverManager manager;
         OdbcSession session = database.Open();
@@ -135,13 +182,17 @@ TEST_CASE("a transaction commits at its end and otherwise keeps nothing of its w
             if (row.error == L"any") throw RuntimeError("any");
         };
         const Faults faults(row.faults);
-        CHECK(ToldBy([&] {
-                  CHECK(ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); }) == row.error);
-              }) == L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end);
+        std::wstring error;
+        const std::wstring told =
+            ToldBy([&] { error = ErrorOf([&] { RunInTransaction(session.Connection(), {}, work); }); });
+        CHECK(error == row.error);
+        CHECK(FirstLineThatDiffers(
+                  told, L"manual " + database.Name() + L"\nexecute UPDATE t SET n = 1\n" + row.end) == L"");
         ErrorOf([&] { RunSql(session, {L"UPDATE t SET n = n + 2"}); });
-        REQUIRE(ToldBy([&] { session.Close(); }) == row.closing);
-        CHECK((manager.handles == 0 && LiveHandles() == 0 && OpenConnections() == 0));
-        CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.n);
+        REQUIRE(ToldBy([&] { session.Close(); }) == row.closing);  // else the row stays locked
+        CHECK(manager.handles == 0);
+        CHECK(Alive() == L"");
+        CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == row.number);
     }
 }
 
@@ -158,9 +209,13 @@ TEST_CASE("a connection that the driver does not give up is left to the end of t
             throw RuntimeError("any");
         };
         CHECK(ErrorOf([&] { RunInTransaction(connection, {}, work); }) == L"any");
-        CHECK(ToldBy([&] { session.Close(); }) == L"disconnect 0\ndisconnect 0\n");  // both refused
+        CHECK(CommitMode(connection) == "manual");
+        CHECK(ToldBy([&] { session.Close(); }) == kClosed + kClosed);  // both refused
     }
-    CHECK((session.Connection() == SQL_NULL_HANDLE && manager.handles == 2 && OpenConnections() == 1));
+    const bool isClosed = session.Connection() == SQL_NULL_HANDLE;
+    CHECK(isClosed);
+    CHECK(manager.handles == 2);
+    CHECK(Alive() == L"environments 1 connections 1 open 1 ");
     CHECK(QueryInt64(database.Open().Connection(), L"SELECT n FROM t") == 0);
     RollbackTransaction(connection);  // as the end of the process does
     CHECK(OdbcSucceeded(SQLDisconnect(connection)));

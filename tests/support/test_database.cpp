@@ -153,3 +153,19 @@ int LiveHandles(bool forget) {
 int OpenConnections() {
     return CountLive()[3];
 }
+
+std::wstring Alive() {
+    const auto live = CountLive();
+    std::wstring text;
+    for (size_t kind = 0; kind < live.size(); ++kind) {
+        constexpr const wchar_t* kKinds[] = {L"environments ", L"connections ", L"statements ", L"open "};
+        if (live[kind] != 0) text += kKinds[kind] + std::to_wstring(live[kind]) + L" ";
+    }
+    return text;
+}
+
+std::string CommitMode(SQLHDBC connection) {
+    SQLUINTEGER mode = 0;
+    SQLGetConnectAttrW(connection, SQL_ATTR_AUTOCOMMIT, &mode, SQL_IS_UINTEGER, nullptr);
+    return mode == SQL_AUTOCOMMIT_ON ? "automatic" : "manual";
+}

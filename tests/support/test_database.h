@@ -99,3 +99,9 @@ int LiveHandles(bool forget = false);
 
 /// Connections of these processes that are not disconnected, the lost ones among them.
 int OpenConnections();
+
+/// Both by kind: "environments 1 connections 1 open 1 " is a session; empty when nothing is alive.
+std::wstring Alive();
+
+/// How a connection commits: "automatic" or "manual".
+std::string CommitMode(SQLHDBC connection);
