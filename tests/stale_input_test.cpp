@@ -72,11 +72,8 @@ const Impatience kImpatience[] = {
     {"Tab and Space", [](POINT) { Tap(VK_TAB, VK_SPACE); }, kNothing},
     {"a click on Yes at once", kNothing, kClick},
     {"Y at once", kNothing, kY},
-    {"Y held down", [](POINT) { desk::PressKey('Y'); },
-     [](POINT) {
-         desk::ReadBox();
-         desk::PressKey('Y');
-     }},
+    {"Y held down", [](POINT) { desk::HoldKey('Y', desk::Milliseconds{100}); },
+     [](POINT) { desk::HoldKey('Y', desk::ReadingTime()); }},
 };
 
 // What they do while an action works, and once it has ended.

@@ -67,9 +67,13 @@ void Answer(const MessageBoxView& box, int buttonId) {
     WaitUntilGone(box.window);
 }
 
-void ReadBox() {
+Milliseconds ReadingTime() {
     constexpr Milliseconds kUntilDrawn{100};
-    std::this_thread::sleep_for(kUntilDrawn + Milliseconds{GetDoubleClickTime()});
+    return kUntilDrawn + Milliseconds{GetDoubleClickTime()};
+}
+
+void ReadBox() {
+    std::this_thread::sleep_for(ReadingTime());
 }
 
 bool AnswerByKey(const MessageBoxView& box, WORD virtualKey, Milliseconds timeout) {

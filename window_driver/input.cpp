@@ -79,8 +79,11 @@ void ReleaseMouse(POINT point) {
     SendInputs({MouseInput(MOUSEEVENTF_LEFTUP)});
 }
 
-void PressKey(WORD virtualKey) {
-    SendInputs({KeyInput(virtualKey, 0)});
+void HoldKey(WORD virtualKey, Milliseconds time) {
+    for (const Clock::time_point end = Clock::now() + time; Clock::now() < end;) {
+        SendInputs({KeyInput(virtualKey, 0)});
+        std::this_thread::sleep_for(kInputPause);
+    }
 }
 
 void ReleaseKey(WORD virtualKey) {

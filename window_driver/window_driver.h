@@ -163,8 +163,9 @@ struct MessageBoxView {
 MessageBoxView WaitForMessageBox(HWND owner, Milliseconds timeout = kWindowTimeout);
 /// Presses one of its buttons and waits until the box is gone.
 void Answer(const MessageBoxView& box, int buttonId);
-/// Waits as long as the program takes no input for a box that has just come up, the system's double-click
-/// time: as long as somebody takes at least to read it.
+/// As long as somebody takes at least to read a box that has just come up: longer than the system's
+/// double-click time, in which the program takes no input for it.
+Milliseconds ReadingTime();
 void ReadBox();
 /// Reads the box, then presses a key in it (VK_RETURN, VK_ESCAPE). @return whether the box went away: Windows
 /// ignores Escape and the close box where there is no Cancel button, Wine does not.
@@ -193,8 +194,8 @@ void ClickScreen(POINT point, int times = 1);
 /// Moves the pointer there and presses its main button, or releases it.
 void PressMouse(POINT point);
 void ReleaseMouse(POINT point);
-/// A key that goes down, or comes up; going down again it repeats as a key that is held does.
-void PressKey(WORD virtualKey);
+/// Holds a key down for so long; it repeats as on a keyboard and stays down.
+void HoldKey(WORD virtualKey, Milliseconds time);
 void ReleaseKey(WORD virtualKey);
 
 // ---- What a person sees while a window's thread is busy and answers nothing -------------------------------
