@@ -7,11 +7,14 @@
 
 TEST_CASE("the configuration is looked for upward from the image") {
     for (const TextRow& row :
-         {TextRow{L"", L""}, TextRow{L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
-          TextRow{L"D:\\1\\2\\3\\4\\5\\M2.exe",
-                  L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
-          TextRow{L"D:\\1\\2/3//Mir200/M2.exe", L"D:\\1\\2/3|D:\\1\\2/3//Mir200|D:\\1\\2|D:\\1|D:\\|"},
-          TextRow{L"\\\\pc\\share\\M2.exe", L"\\\\pc\\share|\\\\pc\\|"}}) {
+         {TextRow{"no image", L"", L""},
+          {"in Mir200", L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
+          {"at most five", L"D:\\1\\2\\3\\4\\5\\M2.exe",
+           L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
+          {"both separators", L"D:\\1\\2/3//Mir200/M2.exe",
+           L"D:\\1\\2/3|D:\\1\\2/3//Mir200|D:\\1\\2|D:\\1|D:\\|"},
+          {"another machine", L"\\\\pc\\share\\M2.exe", L"\\\\pc\\share|\\\\pc\\|"}}) {
+        CAPTURE(row.name);
         std::wstring directories;
         for (const std::wstring& directory : ConfigDirectoryCandidates(row.in))
             directories += directory + L"|";
@@ -40,11 +43,12 @@ TEST_CASE("every game server becomes a zone or a problem and an installation cou
     processes.push_back({7, L"", L""});
     const FileHandle lock(CreateFileW(place.At(L"locked\\Config.Json").c_str(), GENERIC_READ, 0, nullptr,
                                       OPEN_EXISTING, 0, nullptr));
-    std::wstring problems = L"of the refresh before", zones;
+    std::wstring problems = L"of the refresh before", found;
     for (const GameServerInfo& zone : ReadZones(processes, problems))
-        zones += zone.dbName + L" " + std::to_wstring(zone.processId) + zone.configDirectory + zone.imagePath;
-    CHECK(zones == L"G1 4000000000" + place.At(L"One") + place.At(L"One\\ini\\M2.exe") + L"G3 4000000006" +
-                       place.At(L"last") + place.At(L"last\\Mir200\\M2.exe"));
+        found += zone.dbName + L" " + std::to_wstring(zone.processId) + L" " + zone.configDirectory + L" " +
+                 zone.imagePath + L"\n";
+    CHECK(found == L"G1 4000000000 " + place.At(L"One ") + place.At(L"One\\ini\\M2.exe") +
+                       L"\nG3 4000000006 " + place.At(L"last ") + place.At(L"last\\Mir200\\M2.exe") + L"\n");
     const std::wstring lost = L" 没找到上级 Config.Json / Config.ini";
     CHECK(problems == place.At(L"nameless 的 Config.Json 没有 DBInfo.sDBName；") +
                           place.At(L"locked 配置读取失败；进程 4000000005") + lost + L"；进程 7" + lost);
@@ -59,12 +63,15 @@ TEST_CASE("processes are found by their whole name and nothing stays open") {
         for (int i = 0; i < 9; ++i) fillers.emplace_back(CreateEventW(nullptr, TRUE, TRUE, nullptr));
         return std::pair(count, fillers.back().Get());
     };
-    CHECK(EnumerateServerProcesses(L"rule_tests").empty());
-    const auto before = used();
-    std::wstring found;
-    for (const ServerProcessEntry& process : EnumerateServerProcesses(L"Rule_Tests.EXE")) {
-        if (process.processId == GetCurrentProcessId()) found += process.exeName + process.imagePath;
-    }
-    CHECK(used() == before);
-    CHECK(found == L"rule_tests.exe" + Built(L"tests\\rule_tests.exe"));
+    CHECK(EnumerateServerProcesses(L"rule_tests").size() == 0);
+    const auto [count, next] = used();
+    std::wstring name, image;
+    for (const ServerProcessEntry& process : EnumerateServerProcesses(L"Rule_Tests.EXE"))
+        if (process.processId == GetCurrentProcessId())
+            std::tie(name, image) = std::tie(process.exeName, process.imagePath);
+    const auto [countAfter, nextAfter] = used();
+    CHECK(countAfter == count);
+    CHECK(nextAfter == next);
+    CHECK(name == L"rule_tests.exe");
+    CHECK(image == Built(L"tests\\rule_tests.exe"));
 }

@@ -8,7 +8,10 @@
 #include "support/wide_text.h"
 
 TEST_CASE("a character ID is 1 to 50 ASCII digits") {
-    for (const std::wstring& id : {std::wstring(L"0"), std::wstring(50, L'9')}) CHECK(IsRoleId(id));
+    for (const std::wstring& id : {std::wstring(L"0"), std::wstring(50, L'9')}) {
+        CAPTURE(id);
+        CHECK(IsRoleId(id));
+    }
     using Texts = std::vector<std::wstring>;
     for (const std::wstring& id : Texts{L"", L"12a", L"-1", L"1 ", L"1/", L"1:", L"１２",
                                         std::wstring(2, L'\0'), std::wstring(51, L'9')}) {
@@ -17,19 +20,34 @@ TEST_CASE("a character ID is 1 to 50 ASCII digits") {
     }
 }
 
-TEST_CASE("a good form is trimmed and a bad one refused for the first thing that is wrong") {
+TEST_CASE("a good form is trimmed and one of its databases is the target") {
     const auto form = CheckRepairForm({L" h\t", L" +7x ", L" sa ", L" p w ", L" game ", L" Game "});
-    CHECK(form.server + form.user + form.password + form.databaseA + form.databaseB == L"hsap wgameGame");
+    CHECK(form.server == L"h");
     CHECK(form.port == 7);
+    CHECK(form.user == L"sa");
+    CHECK(form.password == L"p w");
+    CHECK(form.databaseA == L"game");
+    CHECK(form.databaseB == L"Game");
     for (const int index : {-1, 0, 1, 2}) {
+        CAPTURE(index);
         const auto [target, other] = ChooseDirection(form, index);
-        CHECK(target + other == (index == 1 ? L"Gamegame" : L"gameGame"));
+        CHECK(target == (index == 1 ? L"Game" : L"game"));
+        CHECK(other == (index == 1 ? L"game" : L"Game"));
     }
+}
+
+TEST_CASE("a bad form is refused for the first thing that is wrong") {
     const auto error = [](const RepairFormTexts& texts) { return ErrorOf([&] { CheckRepairForm(texts); }); };
-    for (const wchar_t* port : {L"  ", L"x1", L"- 1", L"2147483648", L"99999999999999999999"})
+    for (const std::wstring port : {L"  ", L"x1", L"- 1", L"2147483648", L"99999999999999999999"}) {
+        CAPTURE(port);
         CHECK(error({L"", port, L"", L"", L"", L""}) == L"端口必须是数字");
-    for (const auto box : {&RepairFormTexts::server, &RepairFormTexts::user, &RepairFormTexts::password,
-                           &RepairFormTexts::databaseA, &RepairFormTexts::databaseB}) {
+    }
+    for (const auto& [name, box] : {std::pair("server", &RepairFormTexts::server),
+                                    {"user", &RepairFormTexts::user},
+                                    {"password", &RepairFormTexts::password},
+                                    {"database A", &RepairFormTexts::databaseA},
+                                    {"database B", &RepairFormTexts::databaseB}}) {
+        CAPTURE(name);
         RepairFormTexts texts = {L"h", L"1", L"u", L"p", L"A", L"A"};
         texts.*box = L" \t";
         CHECK(error(texts) == L"服务器、端口、用户、密码和两个数据库都必须填写");

@@ -18,6 +18,9 @@ TEST_CASE("the settings file is looked for beside the program and upward from th
         places += path.substr(0, path.find(kFile)) + L"|";
     CHECK(places == LR"(D:\t\|C:\1\2\3\4\5\|C:\1\2\3\4\5\|C:\1\2\3\4\|C:\1\2\3\|C:\1\2\|C:\1\|)");
     CHECK(SettingsPathCandidates(L"D:\\m.exe", L"C:\\1").back() == L"C:\\QuerySettings.ini");
+}
+
+TEST_CASE("the first settings file on the way up is used and none that is a directory") {
     const TempDirectory place;
     place.Write(kFile, "");
     place.Make(L"1\\2\\QuerySettings.ini");  // a directory of that name is passed over
@@ -30,25 +33,41 @@ TEST_CASE("the settings file is looked for beside the program and upward from th
 
 TEST_CASE("settings are read with defaults for what is missing and limits for what is not") {
     const std::wstring kDefaults = L"M2Server.exe|AUTO|AUTO||";
-    for (const auto& [query, expected] :
-         {std::pair(std::string("Driver=x\n[ODBC]\nMaxResults=7"), kDefaults + L"100"),
-          {"M2ProcessName= Z.exe \nAccountTable=d.T\nAccountField=F\nMaxResults=7\n[ODBC]\nDriver=\" My D \"",
+    struct Row {
+        const char* name;
+        std::string query;
+        std::wstring expected;
+    };
+    for (const Row& row :
+         {Row{"keys of other sections", "Driver=x\n[ODBC]\nMaxResults=7", kDefaults + L"100"},
+          {"all keys",
+           "M2ProcessName= Z.exe \nAccountTable=d.T\nAccountField=F\nMaxResults=7\n[ODBC]\nDriver=\" My D \"",
            L"Z.exe|d.T|F|My D|7"},
-          {"M2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
-          {"MaxResults=-5", kDefaults + L"1"},
-          {"MaxResults=many", kDefaults + L"1"},
-          {"MaxResults=501", kDefaults + L"500"},
-          {"AccountTable=" + std::string(1030, 'x'),
+          {"empty values", "M2ProcessName=\nAccountTable=\nAccountField=  \n", L"||||100"},
+          {"too few rows", "MaxResults=-5", kDefaults + L"1"},
+          {"no number", "MaxResults=many", kDefaults + L"1"},
+          {"too many rows", "MaxResults=501", kDefaults + L"500"},
+          {"a long text", "AccountTable=" + std::string(1030, 'x'),
            L"M2Server.exe|" + std::wstring(1023, L'x') + L"|AUTO||100"}}) {
+        CAPTURE(row.name);
         const TempDirectory place;
-        place.Write(kFile, "[Query]\n" + query + "\n");
-        CHECK(LoadedIn(place) == expected);
+        place.Write(kFile, "[Query]\n" + row.query + "\n");
+        CHECK(LoadedIn(place) == row.expected);
     }
-    for (const wchar_t* word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) CHECK(IsAutoValue(word));
-    for (const wchar_t* word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) CHECK_FALSE(IsAutoValue(word));
 }
 
-TEST_CASE("saved settings have their order in a new file and are read back whatever their names") {
+TEST_CASE("detection is asked for by nothing or one of three words") {
+    for (const std::wstring word : {L"  \t", L" Auto  ", L"自动", L" 自动识别\r\n"}) {
+        CAPTURE(word);
+        CHECK(IsAutoValue(word));
+    }
+    for (const std::wstring word : {L"auto1", L"au to", L"识别", L"ＡＵＴＯ"}) {
+        CAPTURE(word);
+        CHECK_FALSE(IsAutoValue(word));
+    }
+}
+
+TEST_CASE("saved settings have their order in a new file") {
     const TempDirectory place;
     const QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
     SaveQuerySettings(settings);
@@ -56,21 +75,26 @@ TEST_CASE("saved settings have their order in a new file and are read back whate
     CHECK(AnsiToWide(ReadWholeFile(InputFile(settings.path))) ==
           L"[Query]\r\nM2ProcessName=Z.exe\r\nAccountTable=表\r\nAccountField=F\r\nMaxResults=7\r\n"
           L"[ODBC]\r\nDriver=My D\r\n");
+    CHECK_NOTHROW(SaveQuerySettings({place.At(L"missing\\QuerySettings.ini"), L"계정", L"", L"", L"", 7}));
+}
+
+TEST_CASE("saved settings are read back whatever their names and what else stands in the file stays") {
+    const TempDirectory place;
     const std::string before = "; \xB1\xB8\xD7\xA2\r\n[Other]\r\nKey=1\r\n";  // Chinese on a Chinese system
-    // Names beyond the system's code page, each alone; what else stands in the file stays.
-    for (const auto& [name, expected] : {std::pair(&QuerySettings::m2ProcessName, L"계정|表|F|My D|7"),
+    // Names beyond the system's code page, each alone.
+    for (const auto& [text, expected] : {std::pair(&QuerySettings::m2ProcessName, L"계정|表|F|My D|7"),
                                          {&QuerySettings::accountTable, L"Z.exe|계정|F|My D|7"},
                                          {&QuerySettings::accountField, L"Z.exe|表|계정|My D|7"},
                                          {&QuerySettings::driver, L"Z.exe|表|F|계정|7"}}) {
         place.Write(kFile, before);
-        QuerySettings foreign = settings;
-        foreign.*name = L"계정";
-        for (int twice = 0; twice < 2; ++twice) SaveQuerySettings(foreign);
+        QuerySettings settings = {place.At(kFile), L"Z.exe", L"表", L"F", L"My D", 7};
+        settings.*text = L"계정";
+        for (int twice = 0; twice < 2; ++twice) SaveQuerySettings(settings);
         CHECK(LoadedIn(place) == expected);
         const std::string bytes = ReadWholeFile(InputFile(settings.path));
-        CHECK(std::wstring_view(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2)
-                  .starts_with(L'\uFEFF' + AnsiToWide(before)));
+        const std::wstring kept = L'\uFEFF' + AnsiToWide(before),
+                           units(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
+        CHECK(units.substr(0, kept.size()) == kept);
     }
-    CHECK_FALSE(IsRegularFile(settings.path + L".new"));
-    CHECK_NOTHROW(SaveQuerySettings({place.At(L"missing\\QuerySettings.ini"), L"계정", L"", L"", L"", 7}));
+    CHECK_FALSE(IsRegularFile(place.At(kFile) + L".new"));
 }

@@ -7,13 +7,18 @@ TEST_CASE("text survives the way to UTF-8 and back and malformed text never thro
     CHECK(WideToUtf8(text + L'\xD842') == "\xC3\xA9\xE5\x8C\xBA\xF0\xA0\xAE\xB7z\xEF\xBF\xBD");
     CHECK(StrictUtf8ToWide("\xC3\xA9\xE5\x8C\xBA\xF0\xA0\xAE\xB7z") == text);
     CHECK(Utf8ToWide("a\xFFz") == L"a\uFFFDz");
-    for (const char* bytes : {"", "a\xFFz", "\xE5\x8C", "\xC0\x80"}) CHECK(StrictUtf8ToWide(bytes) == L"");
+    for (const std::string bytes : {"", "a\xFFz", "\xE5\x8C", "\xC0\x80"}) {
+        CAPTURE(bytes);
+        CHECK(StrictUtf8ToWide(bytes) == L"");
+    }
     CHECK(std::string(RuntimeError(L"区").what()) == "\xE5\x8C\xBA");
 }
 
 TEST_CASE("trimming takes white space off both ends and comparing leaves letter case aside") {
-    CHECK(Trim(L" \t\u3000dbo T \r\n") + Trim(L" \v\f ") == L"dbo T");
+    CHECK(Trim(L" \t\u3000dbo T \r\n") == L"dbo T");
+    CHECK(Trim(L" \v\f ") == L"");
     CHECK(ToLower(L"TBL_账号_X1") == L"tbl_账号_x1");
     CHECK(EqualsNoCase(L"m2server.EXE", L"M2Server.exe"));
-    CHECK_FALSE((EqualsNoCase(L"M2Server", L"M2Server.exe") || EqualsNoCase(L"M2Server.exe", L"M2Server")));
+    CHECK_FALSE(EqualsNoCase(L"M2Server", L"M2Server.exe"));
+    CHECK_FALSE(EqualsNoCase(L"M2Server.exe", L"M2Server"));
 }

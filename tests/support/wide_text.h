@@ -13,6 +13,10 @@ template <std::convertible_to<std::wstring_view> Text>
 struct doctest::StringMaker<Text> {
     static String convert(std::wstring_view text) { return ("\"" + WideToUtf8(text) + "\"").c_str(); }
 };
+template <>
+struct doctest::StringMaker<std::string> {
+    static String convert(const std::string& text) { return ("\"" + text + "\"").c_str(); }
+};
 template <class Value>
 struct doctest::StringMaker<std::vector<Value>> {
     static String convert(const std::vector<Value>& values) {
@@ -28,9 +32,10 @@ struct doctest::StringMaker<const char*> {
     static String convert(const char* text) { return text; }
 };
 
-/// A row of the simplest tables: the failed check prints both texts, so that no row needs a name.
+/// A row of the simplest tables.
 struct TextRow {
-    std::wstring_view in, expected;
+    const char* name;
+    std::wstring in, expected;
 };
 
 /// The parts of a text between its blanks.
