@@ -2,6 +2,8 @@
 
 #include <tuple>
 
+#include "text/text.h"
+
 namespace {
 
 constexpr std::wstring_view kMainTables =
@@ -71,6 +73,9 @@ std::wstring MergeFixture::ChangeSince(const AllContents& before) const {
 BatchPlan MergeFixture::Plan() const {
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
-    return {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B()).ToVector()),
-            PlanGuildIdBatch(on, B(), A(), FindDuplicateGuilds(on, A(), B()))};
+    BatchPlan plan = {PlanRoleIdBatch(on, B(), A(), FindDuplicateRoles(on, A(), B()).ToVector()),
+                      PlanGuildIdBatch(on, B(), A(), FindDuplicateGuilds(on, A(), B()))};
+    if (plan.roles.size() != kDuplicateRoles || plan.guilds.size() != kDuplicateGuilds)
+        throw RuntimeError("the plan is not about the fixture's duplicates");
+    return plan;
 }

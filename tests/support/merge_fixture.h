@@ -75,6 +75,7 @@ public:
     std::wstring ChangeSince(const AllContents& before) const;
 
     /// A plan that repairs the second zone.
+    /// @throws RuntimeError when it is not about as many characters and guilds as are duplicate.
     BatchPlan Plan() const;
 
 private:

@@ -75,7 +75,8 @@ decltype(&Sleep) __imp_Sleep = [](DWORD milliseconds) {
 decltype(&CoInitializeEx) __imp_CoInitializeEx = [](void* reserved, DWORD kind) -> HRESULT {
     const auto on = ReplacedTaskbar::on;
     if (!on) return REAL(L"ole32", CoInitializeEx)(reserved, kind);
-    return ++on->holders, S_OK;
+    ++on->holders;
+    return S_OK;
 };
 decltype(&CoUninitialize) __imp_CoUninitialize = [] {
     const auto on = ReplacedTaskbar::on;
@@ -86,7 +87,10 @@ decltype(&CoCreateInstance) __imp_CoCreateInstance = [](REFCLSID id, IUnknown* o
     const auto on = ReplacedTaskbar::on;
     if (!on) return REAL(L"ole32", CoCreateInstance)(id, outer, context, kind, object);
     on->told += id == __uuidof(TaskbarList) && kind == __uuidof(ITaskbarList3) ? L"asked " : L"? ";
-    if (SUCCEEDED(on->created)) *object = FakeTaskbar(), ++on->holders;
+    if (SUCCEEDED(on->created)) {
+        *object = FakeTaskbar();
+        ++on->holders;
+    }
     return on->created;
 };
 decltype(&FlashWindowEx) __imp_FlashWindowEx = [](FLASHWINFO* flash) -> BOOL {

@@ -90,7 +90,8 @@ struct Trace : ServerFile {
 template <class Action>
 std::wstring ToldBy(Action action) {
     const Trace trace;
-    return action(), trace.Told();
+    action();
+    return trace.Told();
 }
 
 /// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
