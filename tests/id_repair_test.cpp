@@ -185,24 +185,25 @@ TEST_CASE("repairs ask the server in their order and lock each row before its up
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
     const std::wstring& b = zones.B();
-    const auto [roles, guilds] = zones.Plan();
+    const BatchPlan plan = zones.Plan();
     const OdbcSession session = Connect(L"master");
     const SQLHDBC on = session.Connection();
     std::vector<size_t> ends;
     const ProgressObserver observer = [&](size_t done, size_t total) {
         if (done == total) ends.push_back(total);
     };
-    const auto& fields = roles[1].fields;
+    const auto& fields = plan.roles[1].fields;
     Expected one{b}, batch{b};
     one.Add(IdKind::Role, L"1001", L"100299", fields);
     CHECK(FirstLineThatDiffers(ToldBy([&] { RepairRoleId(on, b, L"1001", L"100299", fields, observer); }),
                                L"manual master\n" + one.updates + one.hits + L"commit \nauto \n") == L"");
     RepairRoleId(on, b, L"100299", L"1001", fields);  // so that the plan still fits
-    for (const auto& [role, newId, related] : roles) batch.Add(IdKind::Role, role.userId, newId, related);
-    for (const auto& [guild, newId, related] : guilds)
+    for (const auto& [role, newId, related] : plan.roles)
+        batch.Add(IdKind::Role, role.userId, newId, related);
+    for (const auto& [guild, newId, related] : plan.guilds)
         batch.Add(IdKind::Guild, guild.guildId, newId, related);
     CHECK(FirstLineThatDiffers(
-              ToldBy([&] { RepairAllDuplicates(on, b, roles, guilds, observer); }),
+              ToldBy([&] { RepairAllDuplicates(on, b, plan.roles, plan.guilds, observer); }),
               L"manual master\n" + batch.updates + batch.verifications + L"commit \nauto \n") == L"");
     CHECK(ends ==
           std::vector{RoleStatements(kRole1001.columns), BatchStatements(kDuplicates, kEverything.columns)});

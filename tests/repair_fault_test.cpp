@@ -70,7 +70,11 @@ TEST_CASE("every loop over rows ends with the words of a connection that died or
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
     const auto &a = zones.A(), &b = zones.B();
-    const std::pair<const char*, std::function<void(SQLHDBC)>> loops[] = {
+    struct Loop {
+        const char* name;
+        std::function<void(SQLHDBC)> run;
+    };
+    const Loop loops[] = {
         {"accounts", [](SQLHDBC on) { ScanAccountCandidates(on); }},
         {"databases", [](SQLHDBC on) { ListDatabases(on); }},
         {"duplicate roles", [&](SQLHDBC on) { FindDuplicateRoles(on, a, b); }},
@@ -79,17 +83,17 @@ TEST_CASE("every loop over rows ends with the words of a connection that died or
         {"hits", [&](SQLHDBC on) { CountRoleIdHits(on, b, L"1001"); }},
         {"largest ID", [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); }},
     };
-    for (const auto& [name, loop] : loops) {
+    for (const Loop& loop : loops) {
         for (const std::string fault : {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000",
                                         "fetch\t2+\tHY010", "fetch\t2\tHY000"}) {
             // One row alone may be missing among candidates for accounts.
-            if (fault.ends_with("HY000") && &loop == &loops[0].second) continue;
-            CAPTURE(name);
+            if (fault.ends_with("HY000") && &loop == &loops[0]) continue;
+            CAPTURE(loop.name);
             CAPTURE(fault);
             const OdbcSession session = Connect(b);
             const Faults faults(fault + "\t1\t断开\n");
             const std::wstring state(fault.end() - 5, fault.end());
-            CHECK(ErrorOf([&] { loop(session.Connection()); }) == state + L": 断开");
+            CHECK(ErrorOf([&] { loop.run(session.Connection()); }) == state + L": 断开");
             CHECK(LiveHandles() == 2);  // the session's own
         }
     }

@@ -8,6 +8,13 @@
 
 #include "text/text.h"
 
+// doctest's own looks at the value in a lambda, where a structured binding has no place in C++20.
+#undef CAPTURE
+#define CAPTURE_AS(copy, value) \
+    const auto& copy = value;   \
+    INFO(#value " := ", copy)
+#define CAPTURE(value) CAPTURE_AS(DOCTEST_ANONYMOUS(captured_), value)
+
 // How a failed check prints wide texts: as UTF-8 between quotation marks. Without this doctest prints "{?}".
 template <std::convertible_to<std::wstring_view> Text>
 struct doctest::StringMaker<Text> {
