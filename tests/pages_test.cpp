@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cwctype>
 #include <filesystem>
+#include <functional>
 #include <regex>
 
 #include "db/connection_string.h"
@@ -142,7 +143,7 @@ static Texts ProgramTexts(bool messagesAlone) {
             for (size_t at; messagesAlone && (at = code.find(other)) != code.npos;)
                 code.erase(at, code.find(L';', at) - at);
         code = Replaced(code, LR"("\n\s+L?")", L"");  // a literal that goes on in the next line
-        const wchar_t token[] = LR"-(//[^\n]*|\n#[^\n]*|'(?:\\.|[^'\\])'|"((?:\\.|[^"\\])*)")-";
+        const wchar_t token[] = LR"-(//[^\n]*|\n#[^\n]*|'(?:\\.|[^'\\])'|"([^"\\]*(?:\\.[^"\\]*)*)")-";
         for (const std::wstring& literal : AllOf(code, token))
             for (const std::wstring& line : AllOf(literal + L"\\n", LR"( *(.*?) *\\n)"))
                 texts.push_back(line);
@@ -161,7 +162,7 @@ TEST_CASE("every message has its row in the manual and every row a message") {
         if (std::ranges::any_of(text, isChinese) && rows.find(text) == rows.npos) withoutRow.push_back(text);
     CHECK(withoutRow == Texts());
     Texts texts = ProgramTexts(false);
-    std::ranges::sort(texts, std::greater(), &std::wstring::size);
+    std::ranges::sort(texts, std::greater(), [](const std::wstring& text) { return text.size(); });
     std::erase_if(texts, [&](const std::wstring& text) {  // what would hide a word of a row
         return text.find(L' ') == text.npos && std::ranges::none_of(text, isChinese);
     });
