@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <optional>
 
 #include "account_query/account_source.h"
 #include "account_query/account_text.h"
@@ -79,21 +78,9 @@ void CallBare(std::wstring login) {
     SQLFreeHandle(SQL_HANDLE_ENV, environment);
 }
 
-// The program's windows in this process: only its own heaps can be walked block by block.
-struct WindowsOfAZone {
-    MergeFixture zones;
-    Desk desk;
-    std::optional<Windows> windows;
-
-    WindowsOfAZone() {
-        desk.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
-        windows.emplace(L"folder", "");
-        desk.window = windows->query;
-    }
-};
-
 }  // namespace
 
+// In this process: only its own heaps can be walked block by block.
 TEST_CASE("queries leave memory flat beside the same calls without the program") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     const WindowsOfAZone story;

@@ -1,5 +1,3 @@
-#include <optional>
-
 #include "support/own_windows.h"
 #include "support/replaced_functions.h"
 
@@ -7,20 +5,17 @@ namespace {
 
 // The program's windows beside a zone, and what their actions ask the taskbar for.
 struct TaskbarDesk {
-    MergeFixture zones;
-    Desk zone;
     ReplacedTaskbar taskbar;
-    std::optional<Windows> windows;
+    WindowsOfAZone zone;
+    const Windows& windows = *zone.windows;
 
     TaskbarDesk() {
-        zone.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
-        windows.emplace(L"folder", "");
-        taskbar.button = windows->query;
-        windows->SetText(kKeywordEdit, L"zh");
-        windows->SetText(kDatabaseBEdit, zones.B());
+        taskbar.button = windows.query;
+        windows.SetText(kKeywordEdit, L"zh");
+        windows.SetText(kDatabaseBEdit, zone.zones.B());
     }
     std::wstring ToldBy(int button) {
-        desk::Press(windows->Child(button));
+        desk::Press(windows.Child(button));
         return Told();
     }
     std::wstring Told() { return std::exchange(taskbar.told, L""); }
@@ -37,13 +32,13 @@ TEST_CASE("the taskbar is asked for with the first work and shows red from a fai
     TaskbarDesk story;
     CHECK(story.ToldBy(kSaveButton) == L"");  // nor has the refresh before shown anything
     CHECK(story.ToldBy(kQueryButton) == L"asked runs rests ");
-    story.windows->SetText(kTableEdit, L"none");
-    story.windows->SetText(kFieldEdit, L"none");
+    story.windows.SetText(kTableEdit, L"none");
+    story.windows.SetText(kFieldEdit, L"none");
     CHECK(story.ToldBy(kQueryButton) == L"runs red ");
     CHECK(story.ToldBy(kRefreshButton) == L"rests ");
-    story.windows->SetText(kPortEdit, L"");
+    story.windows.SetText(kPortEdit, L"");
     CHECK(story.ToldBy(kDetectButton) == L"runs red ");
-    DestroyWindow(story.windows->repair);
+    DestroyWindow(story.windows.repair);
     CHECK(story.Told() == L"rests ");
 }
 
@@ -51,8 +46,8 @@ TEST_CASE("a repair shows how far its plan and its statements are") {
     if (!CanInjectFaults()) return SkipWithoutFaults();
     TaskbarDesk story;
     CHECK(story.ToldBy(kDetectButton) == L"asked runs rests ");
-    desk::SelectListRow(story.windows->Child(kRoleList), 1);
-    desk::ChooseComboItem(story.windows->Child(kTargetCombo), 1);
+    desk::SelectListRow(story.windows.Child(kRoleList), 1);
+    desk::ChooseComboItem(story.windows.Child(kTargetCombo), 1);
     CHECK(story.ToldBy(kAnalyzeButton) == L"runs rests ");
     CHECK(story.ToldBy(kRepairButton) == L"runs rests box ");  // answered No
     CHECK(story.ToldBy(kRepairAllButton) == Runs(kDuplicates));
@@ -70,7 +65,7 @@ TEST_CASE("the button flashes at the end of long work when another program is in
     for (const auto& [name, front, milliseconds, told] :
          {std::tuple("five seconds", GetDesktopWindow(), 5000u, L"runs rests "),
           {"longer", GetDesktopWindow(), 5001u, L"runs rests flashes "},
-          {"longer, a window of ours in front", story.windows->repair, 5001u, L"runs rests "}}) {
+          {"longer, a window of ours in front", story.windows.repair, 5001u, L"runs rests "}}) {
         CAPTURE(name);
         story.taskbar.front = front;
         story.taskbar.step = milliseconds;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "account_query/query_window.h"
 #include "support/desk_fixture.h"
 
@@ -30,4 +32,17 @@ struct Windows {
     /// A control of either window: their IDs differ.
     HWND Child(int id) const { return desk::Child(id < kServerEdit ? query : repair, id); }
     void SetText(int id, const std::wstring& text) const { desk::SetText(Child(id), text); }
+};
+
+/// The same beside a running zone of the fixture, which they have found.
+struct WindowsOfAZone {
+    MergeFixture zones;
+    Desk desk;
+    std::optional<Windows> windows;
+
+    WindowsOfAZone() {
+        desk.StartZone(L"一区", ZoneJson("青龙一区", zones.A()));
+        windows.emplace(L"folder", "");
+        desk.window = windows->query;
+    }
 };
