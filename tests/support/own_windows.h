@@ -19,6 +19,8 @@ struct Windows {
 
     explicit Windows(const std::wstring& folder = L"folder",
                      const std::string& settings = "M2ProcessName=nobody.exe\nAccountField=F\n") {
+        // As the program does: a case takes no input for longer than Windows waits before it covers a window.
+        DisableProcessWindowsGhosting();
         place.Write(folder + L"\\QuerySettings.ini", "[Query]\n" + settings);
         std::filesystem::current_path(place.At(folder));
         object = QueryWindow::Open(GetModuleHandleW(nullptr), SW_SHOW, taskbar);
