@@ -41,6 +41,7 @@ TEST_CASE("a JSON object ends at its own brace") {
           {"braces in texts", R"("key":{"a":"}}{","b":"\"}"},1)", R"({"a":"}}{","b":"\"}"})"},
           {"no end", R"("key":{"a":{})", ""},
           {"no end of a text", R"("key":{"a":"}})", ""},
+          {"no value", R"({"x":{},"key"})", ""},
           {"an array", R"("key":["a",{}])", ""}}) {
         CAPTURE(row.name);
         CHECK(std::string(JsonObject(row.json, "key")) == row.object);
