@@ -24,55 +24,40 @@ static QuerySettings Manual(const wchar_t* table, const wchar_t* field, int maxR
     return {L"", L"M2Server.exe", table, field, L"", maxResults};
 }
 
-// A search by hand or by detection, and what it finds.
-struct Search {
-    const char* name;
-    std::wstring keyword, found;
-    QuerySettings settings = {};
-};
-
-static void CheckSearches(const TestDatabase& database, const std::vector<Search>& rows) {
-    for (const Search& row : rows) {
-        CAPTURE(row.name);
-        CHECK(Found(database, row.keyword, row.settings) == row.found);
-    }
-}
-
 TEST_CASE("without a column for accounts a search tells why") {
     const TestDatabase database(L"none", {L"CREATE TABLE t (Password varchar(9), Email varchar(9), id int)"});
-    CheckSearches(database, {{"none that may be read", L"ab", L"没有扫描到可用于账号识别的文本字段"}});
+    CHECK(Found(database, L"ab") == L"没有扫描到可用于账号识别的文本字段");
     database.Run({L"CREATE TABLE LoginLog (name varchar(9), logIn text)"});
-    CheckSearches(database, {{"none that holds it or looks like it", L"ab",
-                              L"没有自动识别到账号表和账号字段；可以临时手填后再查询"}});
+    CHECK(Found(database, L"ab") == L"没有自动识别到账号表和账号字段；可以临时手填后再查询");
 }
 
 // Columns with falling scores: TBL_ACCOUNT, t_user, LoginLog; none of them is Email.
 struct Zone : TestDatabase {
     Zone()
-        : TestDatabase(
-              L"zone",
-              {L"CREATE TABLE dbo.LoginLog (name varchar(50), Email varchar(50), logIn text)",
-               L"CREATE TABLE dbo.TBL_ACCOUNT (FLD_ACCOUNT varchar(300))", L"CREATE SCHEMA game",
-               L"CREATE TABLE game.t_user (userid nvarchar(50), nick ntext)",
-               L"INSERT INTO dbo.LoginLog (name, Email) VALUES ('logged', 'mail@only')",
-               L"INSERT INTO dbo.TBL_ACCOUNT (FLD_ACCOUNT) VALUES ('m_zhang_3'), ('kZhang43'), (NULL), "
-               L"('50%off'), ('500off'), (N'张三丰'), ('a[b]c\\d'), ('abcd')",
-               L"INSERT INTO game.t_user (userid, nick) VALUES (N'second', N'third')"}) {}
+        : TestDatabase(L"zone",
+                       {LR"(CREATE TABLE dbo.LoginLog (name varchar(50), Email varchar(50), logIn text);
+            CREATE TABLE dbo.TBL_ACCOUNT (FLD_ACCOUNT varchar(300)))",
+                        L"CREATE SCHEMA game",
+                        LR"(CREATE TABLE game.t_user (userid nvarchar(50), nick ntext);
+            INSERT INTO dbo.LoginLog (name, Email) VALUES ('logged', 'mail@only');
+            INSERT INTO dbo.TBL_ACCOUNT (FLD_ACCOUNT) VALUES ('m_zhang_3'), ('kZhang43'), (NULL), ('50%off'),
+                ('500off'), (N'张三丰'), ('a[b]c\d'), ('abcd');
+            INSERT INTO game.t_user (userid, nick) VALUES (N'second', N'third'))"}) {}
 };
 static const std::wstring kBest = L"dbo.TBL_ACCOUNT.FLD_ACCOUNT";
 
 TEST_CASE("the best-scored column that holds the keyword is searched literally") {
     const Zone zone;
-    CheckSearches(zone, {{"any letter case, ascending", L"ZHANG", kBest + L" kZhang43 m_zhang_3"},
-                         {"an underscore", L"g_3", kBest + L" m_zhang_3"},
-                         {"a percent sign", L"0%", kBest + L" 50%off"},
-                         {"brackets", L"[b]", kBest + L" a[b]c\\d"},
-                         {"a backslash", L"c\\d", kBest + L" a[b]c\\d"},
-                         {"Chinese", L"三丰", kBest + L" 张三丰"},
-                         {"nobody", L"nobody", kBest},
-                         {"an apostrophe", L"' OR 1=1 --", kBest},
-                         {"in a sensitive column alone", L"only", kBest},
-                         {"in a worse column", L"ogg", L"dbo.LoginLog.name logged"}});
+    for (const auto& [name, keyword, found] :
+         Table({std::tuple("any letter case, ascending", L"ZHANG", L" kZhang43 m_zhang_3"s),
+                {"an underscore", L"g_3", L" m_zhang_3"},
+                {"a percent sign", L"0%", L" 50%off"},
+                {"brackets and a backslash", L"[b]c\\d", L" a[b]c\\d"},
+                {"Chinese", L"三丰", L" 张三丰"},
+                {"nobody, with an apostrophe", L"' OR 1=1 --", L""},
+                {"in a sensitive column alone", L"only", L""}}))
+        CHECK(Found(zone, keyword) == kBest + found);
+    CHECK(Found(zone, L"ogg") == L"dbo.LoginLog.name logged");
     // The server sorts neither text nor ntext, and says so.
     const std::wstring unsorted = Found(zone, L"third");
     CAPTURE(unsorted);
@@ -82,11 +67,14 @@ TEST_CASE("the best-scored column that holds the keyword is searched literally")
 
 TEST_CASE("table and column are used as filled in when neither asks for detection") {
     const Zone zone;
-    CheckSearches(zone, {{"both", L"cond", L".game.t_user.userid second", Manual(L"game.t_user", L"userid")},
-                         {"a bad column", L"ab", L"账号字段名包含不允许的字符", Manual(L"t", L"c d")},
-                         {"both bad", L"ab", L"账号表名包含不允许的字符", Manual(L"t t", L"c d")},
-                         {"no table", L"eco", L"game.t_user.userid second", Manual(L" auto ", L"nowhere")},
-                         {"no column", L"c\\d", kBest + L" a[b]c\\d", Manual(L"TBL_ACCOUNT", L"自动")}});
+    using Row = std::tuple<const char*, const wchar_t*, const wchar_t*, const wchar_t*, std::wstring>;
+    for (const auto& [name, table, column, keyword, found] :
+         Table<Row>{{"both", L"game.t_user", L"userid", L"cond", L".game.t_user.userid second"},
+                    {"a bad column", L"t", L"c d", L"ab", L"账号字段名包含不允许的字符"},
+                    {"both bad", L"t t", L"c d", L"ab", L"账号表名包含不允许的字符"},
+                    {"no table", L" auto ", L"nowhere", L"eco", L"game.t_user.userid second"},
+                    {"no column", L"TBL_ACCOUNT", L"自动", L"c\\d", kBest + L" a[b]c\\d"}})
+        CHECK(Found(zone, keyword, Manual(table, column)) == found);
 }
 
 static std::wstring Reads(const std::wstring& sql) {
@@ -94,7 +82,6 @@ static std::wstring Reads(const std::wstring& sql) {
 }
 
 TEST_CASE("a search scans probes and reads on one connection") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(
         L"asked",
         {L"CREATE TABLE t_user (nick text, name nvarchar(9), id int, code char(9))", L"CREATE SCHEMA game",
@@ -123,7 +110,6 @@ TEST_CASE("a search scans probes and reads on one connection") {
 }
 
 TEST_CASE("low scores share a budget of 150 probes and high ones are always probed") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
     constexpr int kBudget = 150, kTrusted = 2, kTwenty = 160;  // columns that score 80 or more, exactly 20
     std::wstring columns = L"(c0 varchar(9)", tables;
     for (int i = 1; i < kTwenty; ++i) columns += L", c" + std::to_wstring(i) + L" varchar(9)";
@@ -148,7 +134,6 @@ TEST_CASE("low scores share a budget of 150 probes and high ones are always prob
 }
 
 TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
     const TestDatabase database(L"probes", {L"CREATE TABLE account (account varchar(9), login varchar(9))",
                                             L"INSERT INTO account (account, login) VALUES ('same', 'same'), "
                                             L"('sane', NULL)"});
@@ -165,8 +150,7 @@ TEST_CASE("a failing probe is only a miss and a failing fetch is a hit") {
           Row{L"HY000: 断开",
               {"execute" + scan + "1", "prepare" + search + "1", "bind" + search + "1",
                "execute" + search + "1", "die\tfetch" + scan + "2", "die\tfetch" + search + "1"}}}) {
-        for (const std::string& point : points) {
-            CAPTURE(point);
+        for (const std::string& point : Table(points)) {
             const Faults faults(point + "\tHY000\t1\t断开\n");
             CHECK(Found(database, L"sa") == found);
             CHECK(Alive() == L"");

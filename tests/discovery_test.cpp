@@ -6,36 +6,33 @@
 #include "support/wide_text.h"
 
 TEST_CASE("the configuration is looked for upward from the image") {
-    for (const TextRow& row :
-         {TextRow{"no image", L"", L""},
-          {"in Mir200", L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
-          {"at most five", L"D:\\1\\2\\3\\4\\5\\M2.exe",
-           L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
-          {"both separators", L"D:\\1\\2/3//Mir200/M2.exe",
-           L"D:\\1\\2/3|D:\\1\\2/3//Mir200|D:\\1\\2|D:\\1|D:\\|"},
-          {"another machine", L"\\\\pc\\share\\M2.exe", L"\\\\pc\\share|\\\\pc\\|"}}) {
-        CAPTURE(row.name);
+    for (const auto& [image, expected] : Table(
+             {std::pair(L"", L""s),
+              {L"D:\\Game\\mIR200\\M2Server.exe", L"D:\\Game|D:\\Game\\mIR200|D:\\|"},
+              {L"D:\\1\\2\\3\\4\\5\\M2.exe", L"D:\\1\\2\\3\\4\\5|D:\\1\\2\\3\\4|D:\\1\\2\\3|D:\\1\\2|D:\\1|"},
+              {L"D:\\1\\2/3//Mir200/M2.exe", L"D:\\1\\2/3|D:\\1\\2/3//Mir200|D:\\1\\2|D:\\1|D:\\|"},
+              {L"\\\\pc\\share\\M2.exe", L"\\\\pc\\share|\\\\pc\\|"}})) {
         std::wstring directories;
-        for (const std::wstring& directory : ConfigDirectoryCandidates(row.in))
+        for (const std::wstring& directory : ConfigDirectoryCandidates(image))
             directories += directory + L"|";
-        CHECK(directories == row.expected);
+        CHECK(directories == expected);
     }
 }
 
 TEST_CASE("every game server becomes a zone or a problem and an installation counts once") {
     const TempDirectory place;
-    for (const auto& [zone, json] : {std::pair(L"One\\", R"({"DBInfo":{"sDBName":"G1"}})"),
+    for (const auto& [zone, json] : {std::pair(L"One\\"s, R"({"DBInfo":{"sDBName":"G1"}})"),
                                      {L"last\\Mir200\\", "{}"},
                                      {L"nameless\\", R"({"ServerInfo":{"sServerName":"x"}})"},
                                      {L"locked\\", "{}"},
                                      {L"last\\", R"({"DBInfo":{"sDBName":"G3"}})"}}) {
-        place.Write(std::wstring(zone) + L"Config.Json", json);
-        place.Write(std::wstring(zone) + L"Config.ini", "");
+        place.Write(zone + L"Config.Json", json);
+        place.Write(zone + L"Config.ini", "");
     }
     // Both files must be there, and be files.
     place.Make(L"One\\json\\Config.ini");
-    for (const wchar_t* alone : {L"One\\json\\Config.Json", L"One\\ini\\Config.ini"})
-        place.Write(alone, "{}");
+    place.Write(L"One\\json\\Config.Json", "{}");
+    place.Write(L"One\\ini\\Config.ini", "{}");
     std::vector<ServerProcessEntry> processes;
     for (const std::wstring& image : Words(L"One\\ini nameless locked ONE\\json LOCKED lost last\\Mir200"))
         processes.push_back(
@@ -55,23 +52,13 @@ TEST_CASE("every game server becomes a zone or a problem and an installation cou
 }
 
 TEST_CASE("processes are found by their whole name and nothing stays open") {
-    // Without a leak new handles get the same numbers each time; Windows also counts them.
-    const auto used = [] {
-        DWORD count = 0;
-        GetProcessHandleCount(GetCurrentProcess(), &count);
-        std::vector<FileHandle> fillers;
-        for (int i = 0; i < 9; ++i) fillers.emplace_back(CreateEventW(nullptr, TRUE, TRUE, nullptr));
-        return std::pair(count, fillers.back().Get());
-    };
     CHECK(EnumerateServerProcesses(L"rule_tests").size() == 0);
-    const auto [count, next] = used();
-    std::wstring name, image;
+    // Without a leak new handles get the same numbers each time.
+    const auto nextHandle = [] { return FileHandle(CreateEventW(nullptr, TRUE, TRUE, nullptr)).Get(); };
+    const HANDLE next = nextHandle();
+    std::wstring found;
     for (const ServerProcessEntry& process : EnumerateServerProcesses(L"Rule_Tests.EXE"))
-        if (process.processId == GetCurrentProcessId())
-            std::tie(name, image) = std::tie(process.exeName, process.imagePath);
-    const auto [countAfter, nextAfter] = used();
-    CHECK(countAfter == count);
-    CHECK(nextAfter == next);
-    CHECK(name == L"rule_tests.exe");
-    CHECK(image == Built(L"tests\\rule_tests.exe"));
+        if (process.processId == GetCurrentProcessId()) found += process.exeName + L" " + process.imagePath;
+    CHECK(nextHandle() == next);
+    CHECK(found == L"rule_tests.exe " + Built(L"tests\\rule_tests.exe"));
 }

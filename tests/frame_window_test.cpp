@@ -2,20 +2,18 @@
 #include "support/own_windows.h"
 #include "support/replaced_functions.h"
 
-namespace {
-
-constexpr COLORREF kWhite = RGB(255, 255, 255), kBody = RGB(246, 248, 251), kGrey = RGB(92, 110, 128);
-constexpr wchar_t kTitle[] = L"Velkor版合区ID重复查询工具";
+static constexpr COLORREF kWhite = RGB(255, 255, 255), kBody = RGB(246, 248, 251), kGrey = RGB(92, 110, 128);
+static constexpr wchar_t kTitle[] = L"Velkor版合区ID重复查询工具";
 
 // Gives a window a client area, also one below its smallest size.
-void Resize(HWND window, int width, int height) {
+static void Resize(HWND window, int width, int height) {
     RECT area = {0, 0, width, height};
     AdjustWindowRect(&area, desk::Style(window), FALSE);
     SetWindowPos(window, nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSENDCHANGING);
 }
 
-std::string Size(HWND window) {
+static std::string Size(HWND window) {
     const auto [left, top, right, bottom] = desk::ScreenRect(window);
     return std::to_string(right - left) + "*" + std::to_string(bottom - top);
 }
@@ -26,13 +24,14 @@ struct Frame {
     int left;  // of the section
     COLORREF glyphs;
 };
-constexpr Frame kQueryFrame = {L"区服账号查询", L"查询账号归属区服，核对合区数据库中的账号记录", L"查询条件",
-                               16, kGrey};
-constexpr Frame kRepairFrame = {L"角色 / 行会 ID 修复", L"检测重复 ID，检查关联表，并在事务中完成统一修复",
-                                L"数据库连接", 14, RGB(90, 103, 116)};
-constexpr int kFrameHeight = 156;  // down to the first control
+static constexpr Frame kQueryFrame = {L"区服账号查询", L"查询账号归属区服，核对合区数据库中的账号记录",
+                                      L"查询条件", 16, kGrey};
+static constexpr Frame kRepairFrame = {L"角色 / 行会 ID 修复",
+                                       L"检测重复 ID，检查关联表，并在事务中完成统一修复", L"数据库连接", 14,
+                                       RGB(90, 103, 116)};
+static constexpr int kFrameHeight = 156;  // down to the first control
 
-void PaintTexts(HDC dc, int w, const std::wstring& title, const Frame& frame) {
+static void PaintTexts(HDC dc, int w, const std::wstring& title, const Frame& frame) {
     // A height of zero asks for the system's own font.
     const auto line = [dc](const wchar_t* text, int height, COLORREF colour, RECT area, UINT format = 0) {
         const HFONT font = CreateFontW(height, 0, 0, 0, height == -17 ? 600 : 400, 0, 0, 0, DEFAULT_CHARSET,
@@ -53,7 +52,7 @@ void PaintTexts(HDC dc, int w, const std::wstring& title, const Frame& frame) {
 }
 
 // Paints the expected top of a window. @return the first pixel, row by row, that the window shows otherwise.
-std::string FirstPixelThatDiffers(HWND window, const Frame& frame) {
+static std::string FirstPixelThatDiffers(HWND window, const Frame& frame) {
     const int w = desk::ClientSize(window).cx;
     const HDC dc = CreateCompatibleDC(nullptr);
     const BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), w, -kFrameHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
@@ -72,7 +71,7 @@ std::string FirstPixelThatDiffers(HWND window, const Frame& frame) {
     const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(101));
     DrawIconEx(dc, 18, 10, icon, 26, 26, 0, nullptr, DI_NORMAL);
     PaintTexts(dc, w, desk::Text(window), frame);
-    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     const HDC shown = GetDC(window);
     BitBlt(dc, 0, 0, w, kFrameHeight, shown, 0, 0, SRCINVERT);
     ReleaseDC(window, shown);
@@ -83,7 +82,7 @@ std::string FirstPixelThatDiffers(HWND window, const Frame& frame) {
     return std::to_string(at % w) + "," + std::to_string(at / w);
 }
 
-COLORREF PixelOf(HWND window, int x, int y) {
+static COLORREF PixelOf(HWND window, int x, int y) {
     const HDC dc = GetDC(window);
     const COLORREF colour = GetPixel(dc, x, y);
     ReleaseDC(window, dc);
@@ -92,7 +91,7 @@ COLORREF PixelOf(HWND window, int x, int y) {
 
 // One child: ID, initial of the class, lower half of the style, "+" for a sunken edge, place, text; a list's
 // text is its columns. A combo box is as high as its font makes it.
-std::wstring Described(HWND child) {
+static std::wstring Described(HWND child) {
     std::wostringstream text;
     const std::wstring kind = desk::ClassName(child);
     const auto [left, top, right, bottom] = desk::RectInParent(child);
@@ -106,7 +105,7 @@ std::wstring Described(HWND child) {
 }
 
 // What all controls have in common, and lists among themselves.
-void CheckCommonParts(HWND child) {
+static void CheckCommonParts(HWND child) {
     constexpr DWORD kByItself = WS_CLIPSIBLINGS | WS_HSCROLL | WS_VSCROLL;
     CHECK((desk::Style(child) & ~kByItself & 0xFFFF0000) == (WS_CHILD | WS_VISIBLE));
     CHECK((desk::ExStyle(child) | WS_EX_CLIENTEDGE) == WS_EX_CLIENTEDGE);
@@ -121,7 +120,7 @@ void CheckCommonParts(HWND child) {
 }
 
 // Child by child in the order of creation; one that is too much or missing differs from nothing.
-void CheckChildren(HWND window, const std::vector<std::wstring>& expected) {
+static void CheckChildren(HWND window, const std::vector<std::wstring>& expected) {
     HWND child = nullptr;
     for (const std::wstring& description : expected) {
         child = FindWindowExW(window, child, nullptr, nullptr);
@@ -132,36 +131,26 @@ void CheckChildren(HWND window, const std::vector<std::wstring>& expected) {
     CHECK(!FindWindowExW(window, child, nullptr, nullptr));
 }
 
-std::string HitName(LRESULT code) {
-    for (const auto& [value, name] :
-         {std::pair(HTCAPTION, "caption"), {HTCLIENT, "client"}, {HTLEFT, "left"}, {HTTOP, "top"}})
-        if (code == value) return name;
-    return std::to_string(code);
-}
-
-// The tooltip of a label, with the tool that it is for.
+// The tooltip of a window's label, with the tool that it is for.
 struct Tip {
     HWND window = nullptr;
     wchar_t text[400] = {};
     TTTOOLINFOW tool = {};
+
+    explicit Tip(HWND owner) {
+        tool = {sizeof tool, 0, owner, 0, {}, nullptr, text, 0, nullptr};
+        do window = FindWindowExW(nullptr, window, TOOLTIPS_CLASSW, nullptr);
+        while (window && (GetWindow(window, GW_OWNER) != owner ||
+                          !SendMessageW(window, TTM_GETTOOLINFOW, 0, reinterpret_cast<LPARAM>(&tool))));
+        REQUIRE(window);
+    }
 };
-
-void FindTip(HWND owner, Tip& tip) {
-    tip.tool = {sizeof tip.tool, 0, owner, 0, {}, nullptr, tip.text, 0, nullptr};
-    do tip.window = FindWindowExW(nullptr, tip.window, TOOLTIPS_CLASSW, nullptr);
-    while (tip.window &&
-           (GetWindow(tip.window, GW_OWNER) != owner ||
-            !SendMessageW(tip.window, TTM_GETTOOLINFOW, 0, reinterpret_cast<LPARAM>(&tip.tool))));
-}
-
-}  // namespace
 
 TEST_CASE("both windows have their title style class and size") {
     const Windows windows;
     for (const auto& [name, window, size, smallest] :
-         {std::tuple("query", windows.query, "980*620", "980*620"),
-          {"repair", windows.repair, "1160*860", "1000*860"}}) {
-        CAPTURE(name);
+         Table({std::tuple("query", windows.query, "980*620", "980*620"),
+                {"repair", windows.repair, "1160*860", "1000*860"}})) {
         CHECK(desk::Text(window) == kTitle);
         constexpr DWORD kStyles = WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN | WS_SYSMENU | WS_THICKFRAME |
                                   WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
@@ -223,30 +212,18 @@ TEST_CASE("each control has its place class style and text") {
 
 TEST_CASE("places follow the window's width and height down to their limits") {
     const Windows windows;
-    for (const auto& [id, width, place] : {std::tuple(int{kZoneCombo}, 600, L"1001C3 112,156 160"),
-                                           {kKeywordEdit, 600, L"1002E128+ 450,156 140*28 "},
-                                           {kAccountList, 600, L"1005S5+ 16,268 568*120 "},
-                                           {kTargetCombo, 630, L"3009C3 476,565 180"},
-                                           {kNewIdEdit, 630, L"3010E8320+ 106,603 260*26 "},
-                                           {kNewIdEdit, 795, L"3010E8320+ 106,603 419*26 "},
-                                           {kTargetCombo, 927, L"3009C3 476,565 181"},
-                                           {kTargetCombo, 1025, L"3009C3 476,565 279"}}) {
-        CAPTURE(width);
+    for (const auto& [place, id, width] : Table({std::tuple(L"1001C3 112,156 160"s, int{kZoneCombo}, 600),
+                                                 {L"1002E128+ 450,156 140*28 ", kKeywordEdit, 600},
+                                                 {L"1005S5+ 16,268 568*120 ", kAccountList, 600},
+                                                 {L"3009C3 476,565 180", kTargetCombo, 630},
+                                                 {L"3010E8320+ 106,603 260*26 ", kNewIdEdit, 630},
+                                                 {L"3010E8320+ 106,603 419*26 ", kNewIdEdit, 795},
+                                                 {L"3009C3 476,565 181", kTargetCombo, 927},
+                                                 {L"3009C3 476,565 279", kTargetCombo, 1025}})) {
         const HWND child = windows.Child(id);
         Resize(GetParent(child), width, width == 600 ? 400 : 800);
-        CHECK(Described(child).substr(0, std::wstring(place).size()) == place);
+        CHECK(Described(child).substr(0, place.size()) == place);
     }
-}
-
-TEST_CASE("a window of another size is drawn again with the controls that stay where they are") {
-    const Windows windows;
-    RedrawWindow(windows.query, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
-    Resize(windows.query, 600, 400);
-    RECT stale = {};
-    GetUpdateRect(windows.query, &stale, FALSE);
-    CHECK(stale.right == 600);
-    CHECK(stale.bottom == 400);
-    CHECK(GetUpdateRect(windows.Child(kZoneLabel), nullptr, FALSE) == TRUE);
 }
 
 TEST_CASE("frames are painted pixel by pixel and texts end where their places end") {
@@ -254,18 +231,16 @@ TEST_CASE("frames are painted pixel by pixel and texts end where their places en
     // A box that cannot be filled in is told apart.
     CHECK(PixelOf(windows.Child(kSelectedIdEdit), 5, 5) == GetSysColor(COLOR_3DFACE));
     for (const auto& [width, title] :
-         {std::pair(1000, L"短"), {345, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}) {
-        CAPTURE(width);
-        for (const auto& [window, frame] :
-             {std::pair(windows.query, kQueryFrame), {windows.repair, kRepairFrame}}) {
-            CAPTURE(frame.heading);
+         Table({std::pair(1000, L"短"), {345, L"比它的位置更长的一个窗口标题比它的位置更长"}, {90, L""}}))
+        for (const auto& [heading, window, frame] :
+             Table({std::tuple(kQueryFrame.heading, windows.query, kQueryFrame),
+                    {kRepairFrame.heading, windows.repair, kRepairFrame}})) {
             Resize(window, width, 700);
             SetWindowTextW(window, title);
             CHECK(FirstPixelThatDiffers(window, frame) == "none");
             CHECK(PixelOf(window, 3, desk::ClientSize(window).cy - 3) == kBody);
             CHECK(PixelOf(window, frame.left, 185) == kBody);  // under a label
         }
-    }
 }
 
 TEST_CASE("a second press finds the repair window and one that was closed opens as new") {
@@ -275,7 +250,7 @@ TEST_CASE("a second press finds the repair window and one that was closed opens 
     desk::Press(windows.Child(kRepairToolButton));
     desk::WaitUntil("in front", [&] { return GetForegroundWindow() == windows.repair; });
     CHECK(desk::Text(windows.Child(kPortEdit)) == L"7");
-    for (const auto& [command, look] : {std::pair(SW_RESTORE, "usual"), {SW_MAXIMIZE, "large"}}) {
+    for (const auto& [look, command] : Table({std::pair("usual", SW_RESTORE), {"large", SW_MAXIMIZE}})) {
         ShowWindow(windows.repair, command);
         ShowWindow(windows.repair, SW_MINIMIZE);
         desk::Press(windows.Child(kRepairToolButton));
@@ -293,61 +268,59 @@ TEST_CASE("the repair window opens with the values of the chosen zone") {
     Desk zone;
     zone.StartZone(L"一区", ZoneJson("一区", L"甲库"));
     const Windows windows(L"folder", "");
-    for (const auto& [id, text] : {std::pair(int{kServerEdit}, Server().host),
-                                   {kPortEdit, std::to_wstring(Server().port)},
-                                   {kUserEdit, Server().user},
-                                   {kPasswordEdit, Server().password},
-                                   {kDatabaseAEdit, L"甲库"},
-                                   {kDatabaseBEdit, L""}}) {
-        CAPTURE(id);
+    for (const auto& [name, id, text] : Table({std::tuple("server", int{kServerEdit}, Server().host),
+                                               {"port", kPortEdit, std::to_wstring(Server().port)},
+                                               {"user", kUserEdit, Server().user},
+                                               {"password", kPasswordEdit, Server().password},
+                                               {"database A", kDatabaseAEdit, L"甲库"},
+                                               {"database B", kDatabaseBEdit, L""}}))
         CHECK(desk::Text(windows.Child(id)) == text);
-    }
 }
 
 TEST_CASE("the caption moves the window and its edges size it but for the upper one") {
     const Windows windows;
-    for (const auto& [name, left, y, hit] : {std::tuple("left of the glyphs", 133, 67, "caption"),
-                                             {"the first glyph", 132, 67, "client"},
-                                             {"the last glyph", 1, 0, "client"},
-                                             {"above the upper edge", 500, -2, "caption"},
-                                             {"below the strip", 133, 68, "client"}}) {
-        CAPTURE(name);
-        CHECK(HitName(desk::HitTest(windows.repair, desk::ClientSize(windows.repair).cx - left, y)) == hit);
-    }
-    CHECK(HitName(desk::HitTest(windows.repair, -2, 30)) == "caption");
-    CHECK(HitName(desk::HitTest(windows.repair, -2, 300)) == "left");
+    const int right = desk::ClientSize(windows.repair).cx;
+    const auto hitName = [&](int x, int y) {
+        const LRESULT code = desk::HitTest(windows.repair, x, y);
+        return code == HTCAPTION  ? "caption"s
+               : code == HTCLIENT ? "client"
+               : code == HTLEFT   ? "left"
+                                  : std::to_string(code);
+    };
+    for (const auto& [name, x, y, hit] : Table({std::tuple("left of the glyphs", right - 133, 67, "caption"),
+                                                {"the first glyph", right - 132, 67, "client"},
+                                                {"the last glyph", right - 1, 0, "client"},
+                                                {"above the upper edge", 500, -2, "caption"},
+                                                {"below the strip", right - 133, 68, "client"},
+                                                {"beyond the left edge, in the strip", -2, 30, "caption"},
+                                                {"beyond the left edge, below it", -2, 300, "left"}}))
+        CHECK(hitName(x, y) == hit);
 }
 
 TEST_CASE("the glyphs act on release and double clicks on the caption alone change the size") {
     const Windows windows;
     const HWND window = windows.repair;
-    struct Row {
-        const char* name;
-        UINT message;
-        WPARAM code;
-        int left, y;  // of the point, from the client area's right edge and upper one
-        const char* look;
-    };
-    for (const Row& row : {Row{"left of the glyphs", WM_LBUTTONUP, 0, 133, 67, "usual"},
-                           Row{"below the strip", WM_LBUTTONUP, 0, 133, 68, "usual"},
-                           Row{"below a glyph", WM_LBUTTONUP, 0, 20, 68, "usual"},
-                           Row{"above a glyph", WM_LBUTTONUP, 0, 20, -1, "usual"},
-                           Row{"right of the last glyph", WM_LBUTTONUP, 0, 0, 30, "usual"},
-                           Row{"minimise, first pixel", WM_LBUTTONUP, 0, 132, 0, "small"},
-                           Row{"minimise, last pixel", WM_LBUTTONUP, 0, 89, 67, "small"},
-                           Row{"maximise, first pixel", WM_LBUTTONUP, 0, 88, 67, "large"},
-                           Row{"maximise, last pixel", WM_LBUTTONUP, 0, 45, 67, "large"},
-                           Row{"caption, double click", WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 0, "large"},
-                           Row{"client area, double click", WM_NCLBUTTONDBLCLK, HTCLIENT, 20, 30, "usual"},
-                           Row{"border, double click", WM_NCLBUTTONDBLCLK, HTLEFT, 200, 0, "usual"},
-                           Row{"close, first pixel", WM_LBUTTONUP, 0, 44, 67, "gone"}}) {
-        CAPTURE(row.name);
-        const auto act = [&] {
-            SendMessageW(window, row.message, row.code,
-                         MAKELPARAM(desk::ClientSize(window).cx - row.left, row.y));
+    // A message at a point, from the client area's right edge and upper one, and how the window stands then.
+    for (const auto& [name, message, code, left, y, look] :
+         Table({std::tuple("left of the glyphs", UINT{WM_LBUTTONUP}, 0, 133, 67, "usual"),
+                {"below the strip", WM_LBUTTONUP, 0, 133, 68, "usual"},
+                {"below a glyph", WM_LBUTTONUP, 0, 20, 68, "usual"},
+                {"above a glyph", WM_LBUTTONUP, 0, 20, -1, "usual"},
+                {"right of the last glyph", WM_LBUTTONUP, 0, 0, 30, "usual"},
+                {"minimise, first pixel", WM_LBUTTONUP, 0, 132, 0, "small"},
+                {"minimise, last pixel", WM_LBUTTONUP, 0, 89, 67, "small"},
+                {"maximise, first pixel", WM_LBUTTONUP, 0, 88, 67, "large"},
+                {"maximise, last pixel", WM_LBUTTONUP, 0, 45, 67, "large"},
+                {"caption, double click", WM_NCLBUTTONDBLCLK, HTCAPTION, 200, 0, "large"},
+                {"client area, double click", WM_NCLBUTTONDBLCLK, HTCLIENT, 20, 30, "usual"},
+                {"border, double click", WM_NCLBUTTONDBLCLK, HTLEFT, 200, 0, "usual"},
+                {"close, first pixel", WM_LBUTTONUP, 0, 44, 67, "gone"}})) {
+        const auto act = [&, message = message, code = code, left = left, y = y] {
+            SendMessageW(window, message, static_cast<WPARAM>(code),
+                         MAKELPARAM(desk::ClientSize(window).cx - left, y));
         };
         act();
-        CHECK(desk::Look(window) == row.look);
+        CHECK(desk::Look(window) == look);
         if (desk::Look(window) == "large") act();  // the same again is the way back
         ShowWindow(window, SW_RESTORE);
         if (IsWindow(window)) CHECK(desk::Look(window) == "usual");
@@ -395,19 +368,14 @@ TEST_CASE("a status that does not fit is shown in full under the mouse") {
     desk::Press(windows.Child(kSaveButton));  // tells the path
     const std::wstring status = desk::Text(windows.Child(kQueryStatus));
     windows.SetText(kRepairStatus, status);
-    for (const auto& [id, width, shown] : {std::tuple(int{kQueryStatus}, 980, status),
-                                           {kQueryStatus, 1900, L""},
-                                           {kQueryStatus, 1100, status},
-                                           {kRepairStatus, 1200, status},
-                                           {kRepairStatus, 1900, L""},
-                                           {kRepairStatus, 1100, status}}) {
-        CAPTURE(id);
-        CAPTURE(width);
+    for (const auto& [width, id, shown] : Table({std::tuple(980, int{kQueryStatus}, status),
+                                                 {1900, kQueryStatus, L""},
+                                                 {1200, kRepairStatus, status},
+                                                 {1901, kRepairStatus, L""},
+                                                 {1101, kRepairStatus, status}})) {
         const HWND label = windows.Child(id);
         desk::Resize(GetParent(label), width, 860);
-        Tip tip;
-        FindTip(GetParent(label), tip);
-        REQUIRE(tip.window);
+        const Tip tip(GetParent(label));
         CHECK(tip.text == shown);
         const RECT place = desk::RectInParent(label);
         CHECK(EqualRect(&tip.tool.rect, &place) == TRUE);

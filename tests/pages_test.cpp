@@ -48,10 +48,8 @@ TEST_CASE("the pages name the drivers in the order in which they are tried") {
         order += (order.empty() ? L"" : L"[^A-Z]{1,12}") + inShort(std::wstring(driver)) + L"\\b";
     CAPTURE(order);
     for (const char* page :
-         {"docs/manual.md", "packaging/QuerySettings.ini", "CHANGELOG.md", "tools/wine_env.sh"}) {
-        CAPTURE(page);
+         Table{"docs/manual.md", "packaging/QuerySettings.ini", "CHANGELOG.md", "tools/wine_env.sh"})
         CHECK(AllOf(inShort(Page(page)), L"(" + order + L")").size() == 1);
-    }
 }
 
 TEST_CASE("the pages tell how long a connection takes") {
@@ -67,19 +65,20 @@ TEST_CASE("the pages tell how long a connection takes") {
         {L"<all>", Words(L"one two three four five six").at(kDefaultDrivers.size() - 1)},
         {L"<全>", Words(L"一 两 三 四 五 六").at(kDefaultDrivers.size() - 1)}};
     for (const auto& [page, words] :
-         {std::pair("README.md",
+         Table({std::pair(
+                    "README.md",
                     L"at most <q> seconds (query) or <r> seconds (repair) for each driver that is installed: "
                     L"<all q> or <all r> seconds with all <all>, <q> more when"),
-          {"docs/reliability.md", L"is given <q> seconds for a query and <r> for a repair"},
-          {"docs/manual.md", L"每个驱动最多等 <q> 秒（查询）或 <r> 秒（修复）"},
-          {"docs/manual.md",
-           L"<全>个都装了，最多等 <all q> 秒或 <all r> 秒；查询时 `[ODBC]` 里写了 `Driver` 的，再加 <q> 秒"},
-          {"docs/manual.md", L"每个驱动最多等 <q> 秒（第 5 节）"},
-          {"docs/manual.md",
-           L"查询最多等 <all q> 秒（设置里写了驱动的 <one more> 秒），修复窗口最多等 <all r> 秒"}}) {
+                {"docs/reliability.md", L"is given <q> seconds for a query and <r> for a repair"},
+                {"docs/manual.md", L"每个驱动最多等 <q> 秒（查询）或 <r> 秒（修复）"},
+                {"docs/manual.md",
+                 L"<全>个都装了，最多等 <all q> 秒或 <all r> 秒；查询时 `[ODBC]` 里写了 `Driver` 的，再加 "
+                 L"<q> 秒"},
+                {"docs/manual.md", L"每个驱动最多等 <q> 秒（第 5 节）"},
+                {"docs/manual.md",
+                 L"查询最多等 <all q> 秒（设置里写了驱动的 <one more> 秒），修复窗口最多等 <all r> 秒"}})) {
         std::wstring text = words;
         for (const auto& [mark, figure] : figures) text = Replaced(text, mark, figure);
-        CAPTURE(page);
         CHECK(Missing(text, Page(page)) == L"");
     }
 }
@@ -101,8 +100,7 @@ TEST_CASE("the manual names the patterns of referring columns in its text and it
     std::ranges::sort(shortest);
     const Texts statements = AllOf(manual, L"```sql ([^`]*LIKE N'%[A-Z][^`]*)```");
     CHECK(statements.size() == 3);  // columns that letter case hides, that are too short, views
-    for (const std::wstring& sql : statements) {
-        CAPTURE(sql);
+    for (const std::wstring& sql : Table(statements)) {
         Texts patterns = AllOf(sql, L"LIKE N'%([A-Z_]+)%'");
         std::ranges::sort(patterns);
         patterns.erase(std::unique(patterns.begin(), patterns.end()), patterns.end());
@@ -114,16 +112,14 @@ TEST_CASE("the version is the same everywhere") {
     const Texts version = AllOf(Source("CMakeLists.txt"), L"VERSION ([0-9.]+) LANGUAGES");
     REQUIRE(version.size() == 1);
     const std::wstring numbers = Replaced(version[0], L"\\.", L", ") + L", 0";
-    using Row = std::tuple<const char*, const wchar_t*, std::wstring>;
-    for (const auto& [page, place, expected] :
-         {Row{"docs/manual.md", L"(?:适用版本：|MergeAccountQuery-)([0-9.]+)", version[0]},
-          Row{"CHANGELOG.md", L"semver.org/\\)\\. ## \\[([0-9.]+)\\]", version[0]},
-          Row{"src/app/frame_paint.cpp", L"L\"V([0-9.]+)\"", version[0]},
-          Row{"src/resources/app.manifest", L"MergeAccountQuery\" version=\"([0-9.]+)\"", version[0] + L".0"},
-          Row{"src/resources/app.rc", L"VERSION ([0-9, ]+) [PF]", numbers},
-          Row{"src/resources/app.rc", L"Version\", \"([0-9.]+)\"", version[0]}}) {
-        CAPTURE(page);
-        CAPTURE(place);
+    using Row = std::tuple<const wchar_t*, const char*, std::wstring>;
+    for (const auto& [place, page, expected] : Table<Row>{
+             {L"(?:适用版本：|MergeAccountQuery-)([0-9.]+)", "docs/manual.md", version[0]},
+             {L"semver.org/\\)\\. ## \\[([0-9.]+)\\]", "CHANGELOG.md", version[0]},
+             {L"L\"V([0-9.]+)\"", "src/app/frame_paint.cpp", version[0]},
+             {L"MergeAccountQuery\" version=\"([0-9.]+)\"", "src/resources/app.manifest", version[0] + L".0"},
+             {L"VERSION ([0-9, ]+) [PF]", "src/resources/app.rc", numbers},
+             {L"Version\", \"([0-9.]+)\"", "src/resources/app.rc", version[0]}}) {
         const Texts found = AllOf(Page(page), place);
         CHECK(found == Texts(std::max<size_t>(found.size(), 1), expected));
     }

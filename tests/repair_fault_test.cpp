@@ -6,31 +6,22 @@
 #include "support/merge_fixture.h"
 #include "support/wide_text.h"
 
-namespace {
-
-// A repair, the point at which it fails and how often it comes there.
-struct FailingRepair {
-    const char* name;
+// Either repair, how often it asks and fetches, and what it says when it can neither begin nor end.
+struct Repair {
     bool isBatch;
     size_t statements, fetches;
-    const wchar_t *noTransaction, *noCommit;
+    std::wstring noTransaction, noCommit;
 };
-constexpr FailingRepair kRepairs[] = {
-    {"one", false, RoleStatements(kRole1001.columns), RoleFetches(kRole1001.columns), L"无法开启 SQL 事务",
-     L"SQL 事务提交失败"},
-    {"batch", true, BatchStatements(kDuplicates, kEverything.columns),
-     BatchFetches(kDuplicates, kEverything.columns), L"无法开启统一修复 SQL 事务",
-     L"统一角色/行会修复事务提交失败"}};
 
 // Lets a repair fail at one of these points after the other until it meets none. It is carried out then.
-void FailEverywhere(const FailingRepair& repair, const std::string& fault, size_t points,
-                    const std::wstring& message) {
+static void FailEverywhere(const Repair& repair, const std::string& fault, size_t points,
+                           const std::wstring& message) {
     const MergeFixture zones;
-    const AllContents before = zones.Contents();
+    const Content before = zones.Contents();
     const BatchPlan plan = zones.Plan();
     for (size_t position = 1; position <= points + 1; ++position) {
         const std::string point = fault + "\t" + std::to_string(position);
-        CAPTURE(repair.name);
+        CAPTURE(repair.isBatch);
         CAPTURE(point);
         const bool fails = position <= points;
         {
@@ -51,11 +42,13 @@ void FailEverywhere(const FailingRepair& repair, const std::string& fault, size_
     }
 }
 
-}  // namespace
-
 TEST_CASE("a repair that fails anywhere leaves everything as it was") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
-    for (const FailingRepair& repair : kRepairs) {
+    for (const Repair& repair :
+         {Repair{false, RoleStatements(kRole1001.columns), RoleFetches(kRole1001.columns),
+                 L"无法开启 SQL 事务", L"SQL 事务提交失败"},
+          {true, BatchStatements(kDuplicates, kEverything.columns),
+           BatchFetches(kDuplicates, kEverything.columns), L"无法开启统一修复 SQL 事务",
+           L"统一角色/行会修复事务提交失败"}}) {
         FailEverywhere(repair, "statement", repair.statements, L"ODBC 语句句柄初始化失败");
         for (const std::string die : {"", "die\t"}) {
             FailEverywhere(repair, die + "execute", repair.statements, L"08S01: 注入");
@@ -67,34 +60,27 @@ TEST_CASE("a repair that fails anywhere leaves everything as it was") {
 }
 
 TEST_CASE("every loop over rows ends with the words of a connection that died or a cursor that went") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
     const MergeFixture zones;
     const auto &a = zones.A(), &b = zones.B();
-    struct Loop {
-        const char* name;
-        std::function<void(SQLHDBC)> run;
-    };
-    const Loop loops[] = {
-        {"accounts", [](SQLHDBC on) { ScanAccountCandidates(on); }},
-        {"databases", [](SQLHDBC on) { ListDatabases(on); }},
-        {"duplicate roles", [&](SQLHDBC on) { FindDuplicateRoles(on, a, b); }},
-        {"duplicate guilds", [&](SQLHDBC on) { FindDuplicateGuilds(on, a, b); }},
-        {"columns", [&](SQLHDBC on) { FindGuildIdColumns(on, b); }},
-        {"hits", [&](SQLHDBC on) { CountRoleIdHits(on, b, L"1001"); }},
-        {"largest ID", [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); }},
-    };
-    for (const Loop& loop : loops) {
-        for (const std::string fault : {"die\tfetch\t1\t08S01", "die\tfetch\t2\t08S01", "fetch\t1+\t24000",
-                                        "fetch\t2+\tHY010", "fetch\t2\tHY000"}) {
+    using Loop = std::pair<const char*, std::function<void(SQLHDBC)>>;
+    for (const auto& [name, run] :
+         Table<Loop>{{"accounts", [](SQLHDBC on) { ScanAccountCandidates(on); }},
+                     {"databases", [](SQLHDBC on) { ListDatabases(on); }},
+                     {"duplicate roles", [&](SQLHDBC on) { FindDuplicateRoles(on, a, b); }},
+                     {"duplicate guilds", [&](SQLHDBC on) { FindDuplicateGuilds(on, a, b); }},
+                     {"columns", [&](SQLHDBC on) { FindGuildIdColumns(on, b); }},
+                     {"hits", [&](SQLHDBC on) { CountRoleIdHits(on, b, L"1001"); }},
+                     {"largest ID", [&](SQLHDBC on) { NextRoleIdAfterMax(on, std::vector(2, a)); }}})
+        for (const auto& [fault, state] : Table({std::pair("die\tfetch\t1"s, "08S01"s),
+                                                 {"die\tfetch\t2", "08S01"},
+                                                 {"fetch\t1+", "24000"},
+                                                 {"fetch\t2+", "HY010"},
+                                                 {"fetch\t2", "HY000"}})) {
             // One row alone may be missing among candidates for accounts.
-            if (fault.ends_with("HY000") && &loop == &loops[0]) continue;
-            CAPTURE(loop.name);
-            CAPTURE(fault);
+            if (name == "accounts"s && state == "HY000") continue;
             const OdbcSession session = Connect(b);
-            const Faults faults(fault + "\t1\t断开\n");
-            const std::wstring state(fault.end() - 5, fault.end());
-            CHECK(ErrorOf([&] { loop.run(session.Connection()); }) == state + L": 断开");
-            CHECK(LiveHandles() == 2);  // the session's own
+            const Faults faults(fault + "\t" + state + "\t1\t断开\n");
+            CHECK(ErrorOf(run, session.Connection()) == Utf8ToWide(state) + L": 断开");
+            CHECK(Alive() == kOneSession);
         }
-    }
 }

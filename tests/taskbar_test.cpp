@@ -1,8 +1,6 @@
 #include "support/own_windows.h"
 #include "support/replaced_functions.h"
 
-namespace {
-
 // The program's windows beside a zone, and what their actions ask the taskbar for.
 struct TaskbarDesk {
     ReplacedTaskbar taskbar;
@@ -22,11 +20,9 @@ struct TaskbarDesk {
 };
 
 // Work that is measured, before a question or a notice.
-std::wstring Runs(size_t steps) {
-    return L"runs " + std::to_wstring(steps) + L" rests box ";
+static std::wstring Runs(size_t steps) {
+    return Format(L"runs {} rests box ", steps);
 }
-
-}  // namespace
 
 TEST_CASE("the taskbar is asked for with the first work and shows red from a failure to the next action") {
     TaskbarDesk story;
@@ -43,7 +39,6 @@ TEST_CASE("the taskbar is asked for with the first work and shows red from a fai
 }
 
 TEST_CASE("a repair shows how far its plan and its statements are") {
-    if (!CanInjectFaults()) return SkipWithoutFaults();
     TaskbarDesk story;
     CHECK(story.ToldBy(kDetectButton) == L"asked runs rests ");
     desk::SelectListRow(story.windows.Child(kRoleList), 1);
@@ -53,7 +48,7 @@ TEST_CASE("a repair shows how far its plan and its statements are") {
     CHECK(story.ToldBy(kRepairAllButton) == Runs(kDuplicates));
     story.taskbar.answer = IDYES;
     CHECK(story.ToldBy(kRepairButton) ==
-          L"runs rests box " + Runs(RoleStatements(kRoleColumns)) + L"runs rests ");
+          L"runs rests box " + Runs(RoleStatements(kRole1001.columns)) + L"runs rests ");
     constexpr size_t left = kDuplicates - 1;  // in the first zone: an ID stands in one column there
     const Faults secondDetection("connect\t3+\tHY000\t1\tx\n");
     CHECK(story.ToldBy(kRepairAllButton) == Runs(left) + Runs(BatchStatements(left, left)) + L"runs red ");
@@ -63,10 +58,9 @@ TEST_CASE("the button flashes at the end of long work when another program is in
     TaskbarDesk story;
     story.ToldBy(kDetectButton);
     for (const auto& [name, front, milliseconds, told] :
-         {std::tuple("five seconds", GetDesktopWindow(), 5000u, L"runs rests "),
-          {"longer", GetDesktopWindow(), 5001u, L"runs rests flashes "},
-          {"longer, a window of ours in front", story.windows.repair, 5001u, L"runs rests "}}) {
-        CAPTURE(name);
+         Table({std::tuple("five seconds", GetDesktopWindow(), 5000u, L"runs rests "),
+                {"longer", GetDesktopWindow(), 5001u, L"runs rests flashes "},
+                {"longer, a window of ours in front", story.windows.repair, 5001u, L"runs rests "}})) {
         story.taskbar.front = front;
         story.taskbar.step = milliseconds;
         CHECK(story.ToldBy(kDetectButton) == told);
@@ -74,8 +68,7 @@ TEST_CASE("the button flashes at the end of long work when another program is in
 }
 
 TEST_CASE("without a taskbar it is asked for once and only the button flashes") {
-    for (const HRESULT created : {S_OK, E_FAIL}) {
-        CAPTURE(created);
+    for (const HRESULT created : Table{S_OK, E_FAIL}) {
         ReplacedTaskbar taskbar;
         taskbar.created = created;
         taskbar.begun = E_FAIL;

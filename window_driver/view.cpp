@@ -50,4 +50,17 @@ int Yellowness(HWND window) {
     return yellow;
 }
 
+bool IsInMemory(HANDLE process, std::string_view bytes) {
+    MEMORY_BASIC_INFORMATION region{};
+    std::string memory;
+    while (VirtualQueryEx(process, static_cast<char*>(region.BaseAddress) + region.RegionSize, &region,
+                          sizeof region) != 0) {
+        if (region.State != MEM_COMMIT || region.Type != MEM_PRIVATE) continue;
+        memory.assign(region.RegionSize, '\0');
+        ReadProcessMemory(process, region.BaseAddress, memory.data(), memory.size(), nullptr);
+        if (memory.find(bytes) != memory.npos) return true;
+    }
+    return false;
+}
+
 }  // namespace desk

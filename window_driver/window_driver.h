@@ -210,4 +210,7 @@ std::string Pixels(HWND window);
 /// more blue, as the information does; 0 while neither is drawn.
 int Yellowness(HWND window);
 
+/// Whether these bytes stand somewhere in a process's private memory.
+bool IsInMemory(HANDLE process, std::string_view bytes);
+
 }  // namespace desk

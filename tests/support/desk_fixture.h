@@ -14,13 +14,13 @@
 
 /// The Config.Json of a zone on the test server.
 inline std::string ZoneJson(const char* utf8Name, const std::wstring& database) {
-    const TestServer& server = Server();
+    const auto& [host, port, user, password, folder] = Server();
     std::ostringstream json;
-    json << "{\"DBInfo\": {\"sDBIpAddr\": " << std::quoted(WideToUtf8(server.host))
-         << ", \"nDBPort\": " << server.port << ", \"sDBName\": " << std::quoted(WideToUtf8(database))
-         << ", \"sDBUser\": " << std::quoted(WideToUtf8(server.user))
-         << ", \"sDBPsw\": " << std::quoted(WideToUtf8(server.password))
-         << "}, \"ServerInfo\": {\"sServerName\": \"" << utf8Name << "\", \"nServerID\": 7}}";
+    json << "{\"DBInfo\": {\"sDBIpAddr\": " << std::quoted(WideToUtf8(host)) << ", \"nDBPort\": " << port
+         << ", \"sDBName\": " << std::quoted(WideToUtf8(database))
+         << ", \"sDBUser\": " << std::quoted(WideToUtf8(user))
+         << ", \"sDBPsw\": " << std::quoted(WideToUtf8(password)) << "}, \"ServerInfo\": {\"sServerName\": \""
+         << utf8Name << "\", \"nServerID\": 7}}";
     return json.str();
 }
 
@@ -48,7 +48,7 @@ struct Desk {
 
     ~Desk() {
         tool.reset();
-        if (CanInjectFaults()) LiveHandles(true);
+        ForgetHandles();
     }
     /// Lays out an installation below the folder and starts its game server: `name`\Mir200\M2Server.exe.
     void StartZone(const std::wstring& name, const std::string& json) {
@@ -61,9 +61,9 @@ struct Desk {
     }
     /// Starts the program and waits for its filled window.
     void StartTool(int showCommand = SW_SHOWNORMAL) {
-        std::filesystem::copy_file(ProgramToStart(), folder.At(L"MergeAccountQuery.exe"));
-        tool =
-            std::make_unique<desk::Program>(folder.At(L"MergeAccountQuery.exe"), folder.At(L""), showCommand);
+        const std::wstring path = folder.At(L"MergeAccountQuery.exe");
+        std::filesystem::copy_file(ProgramToStart(), path);
+        tool = std::make_unique<desk::Program>(path, folder.At(L""), showCommand);
         window = desk::WaitForTopWindow(tool->Id(), L"MergeAccountQueryWindow");
     }
     HWND Child(int id) const { return desk::Child(window, id); }
@@ -80,6 +80,12 @@ struct Desk {
     }
 };
 
+/// What a detection tells.
+inline std::wstring Detected(size_t roles, size_t guilds) {
+    return Format(L"分析完成：重复角色 {} 个，重复行会 {} 个。默认未修改数据库。请选择目标库后可批量修复。",
+                  roles, guilds);
+}
+
 /// The real repair window in front of two zones to be merged, opened from the query window.
 struct RepairDesk {
     MergeFixture zones;
@@ -92,18 +98,19 @@ struct RepairDesk {
         window = desk.OpenRepairTool();
     }
     HWND Child(int id) const { return desk::Child(window, id); }
+    void SetText(int id, const std::wstring& text) const { desk::SetText(Child(id), text); }
     std::wstring Text(int id) const { return desk::Text(Child(id)); }
     std::wstring Status() const { return Text(kRepairStatus); }
     /// Both empty the status line first: a text that is waited for must be a new one.
-    void Press(int id) const { desk::SetText(Child(kRepairStatus), L""), desk::Press(Child(id)); }
+    void Press(int id) const { SetText(kRepairStatus, L""), desk::Press(Child(id)); }
     desk::MessageBoxView PressForBox(int id) const {
-        desk::SetText(Child(kRepairStatus), L"");
+        SetText(kRepairStatus, L"");
         return desk::PressWithoutWaiting(Child(id)), desk::WaitForMessageBox(window);
     }
     void WaitForStatus(const std::wstring& status) const {
         desk::WaitFor("the status", status, [&] { return Status(); });
     }
-    /// The action buttons that cannot be pressed: "detect analyse repair batch " at most. Asks nobody.
+    /// The action buttons that cannot be pressed: kEveryButton at most. Asks nobody.
     std::wstring Off() const {
         std::wstring off;
         for (const auto& [id, name] : {std::pair(kDetectButton, L"detect "),
@@ -114,13 +121,15 @@ struct RepairDesk {
         return off;
     }
     void Detect() const {
-        desk::SetText(Child(kDatabaseBEdit), zones.B());
+        SetText(kDatabaseBEdit, zones.B());
         Press(kDetectButton);
     }
-    /// Detects, selects the duplicate 1001 and makes the second zone the target.
-    void DetectAndSelect() const {
+    /// Detects, selects the duplicate 1001, makes the second zone the target and fills in a new ID.
+    void DetectAndSelect(const wchar_t* newId = L"200001") const {
         Detect();
         desk::SelectListRow(Child(kRoleList), 1);
         desk::ChooseComboItem(Child(kTargetCombo), 1);
+        SetText(kNewIdEdit, newId);
     }
 };
+inline const std::wstring kEveryButton = L"detect analyse repair batch ";

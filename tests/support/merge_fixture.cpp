@@ -1,7 +1,5 @@
 #include "support/merge_fixture.h"
 
-#include <tuple>
-
 #include "text/text.h"
 
 namespace {
@@ -55,19 +53,14 @@ MergeFixture::MergeFixture()
       b_(L"B", {kMainTables, L"CREATE SCHEMA mail", L"CREATE SCHEMA trade", kRestOfB}),
       third_(L"C三区", {kMainTables, L"INSERT INTO TBL_CHARACTER (n, FLD_USERID) VALUES (1, '100234')"}) {}
 
-std::wstring MergeFixture::ChangeSince(const AllContents& before) const {
-    const AllContents after = Contents();
-    for (const auto& [zone, was, is] : {std::tuple(L"A ", &before.a, &after.a),
-                                        {L"B ", &before.b, &after.b},
-                                        {L"third ", &before.third, &after.third}}) {
-        const auto valueIn = [](const Content& content, const std::wstring& cell) {
-            const auto found = content.find(cell);
-            return found == content.end() ? L"missing" : L"\"" + found->second + L"\"";
-        };
-        for (const auto& [cell, value] : Difference(*was, *is))
-            return zone + cell + L" is " + valueIn(*is, cell) + L", was " + valueIn(*was, cell);
-    }
-    return L"";
+std::wstring MergeFixture::ChangeSince(const Content& before) const {
+    const Content after = Contents(), changed = Difference(before, after);
+    if (changed.empty()) return L"";
+    const std::wstring& cell = changed.begin()->first;
+    const auto valueIn = [&](const Content& content) {
+        return content.contains(cell) ? L"\"" + content.at(cell) + L"\"" : L"missing";
+    };
+    return cell + L" is " + valueIn(after) + L", was " + valueIn(before);
 }
 
 BatchPlan MergeFixture::Plan() const {

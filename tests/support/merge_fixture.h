@@ -6,11 +6,6 @@
 #include "id_repair/new_ids.h"
 #include "support/test_database.h"
 
-/// The contents of a fixture's databases.
-struct AllContents {
-    Content a, b, third;
-};
-
 /// Both plans of a batch repair.
 struct BatchPlan {
     std::vector<RoleRepairPlan> roles;
@@ -33,9 +28,6 @@ inline constexpr References kAllGuilds = kGuildA1 + kGuildBBBB;
 inline constexpr References kEverything = kAllRoles + kAllGuilds;
 inline constexpr size_t kDuplicateRoles = 4, kDuplicateGuilds = 2,
                         kDuplicates = kDuplicateRoles + kDuplicateGuilds;
-/// Columns whose names refer to characters or guilds: each holds 1001, or both guilds.
-inline constexpr size_t kRoleColumns = kRole1001.columns, kGuildColumns = kGuildA1.columns;
-inline constexpr size_t kOnlineDatabases = 3;
 
 /// The statements of a repair that replaces IDs in so many columns: for each column an update and a count
 /// behind it; for one character a count before, for each ID of a batch one before and two behind. Counts
@@ -52,12 +44,6 @@ constexpr size_t BatchStatements(size_t ids, size_t columns) {
 constexpr size_t BatchFetches(size_t ids, size_t columns) {
     return 3 * ids + columns;
 }
-/// Of a batch's plan: for either kind the databases; for the characters each database's largest ID; for each
-/// ID a count in both zones, one in each database for the new ID, the columns, and a count in each of them.
-inline constexpr size_t kPlanStatements = 2 + kOnlineDatabases +
-                                          kDuplicateRoles * (3 + kOnlineDatabases + kRoleColumns) +
-                                          kDuplicateGuilds * (3 + kOnlineDatabases + kGuildColumns);
-
 /// Two zones to be merged and a third one. Characters 0012, 1001, 1002 and 77 and the guilds {A'1} and {BBBB}
 /// (in the second zone {bbbb}) live in both. Every column of the second zone that can refer to a character
 /// holds 1001, one of them padded and several in other schemas; it also stands as a number in a column that
@@ -70,9 +56,9 @@ public:
     const std::wstring& B() const noexcept { return b_.Name(); }
     const std::wstring& Third() const noexcept { return third_.Name(); }
 
-    AllContents Contents() const { return {ContentOf(A()), ContentOf(B()), ContentOf(Third())}; }
+    Content Contents() const { return ContentOf({A(), B(), Third()}); }
     /// The first cell that is not as it was, with both values; empty when all are.
-    std::wstring ChangeSince(const AllContents& before) const;
+    std::wstring ChangeSince(const Content& before) const;
 
     /// A plan that repairs the second zone.
     /// @throws RuntimeError when it is not about as many characters and guilds as are duplicate.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -19,14 +18,6 @@ struct TestServer {
     std::wstring folder = {};  // of the stand-in; empty for a real server
 };
 const TestServer& Server();
-
-/// Faults and traces are the stand-in's; a case that needs them says so, and the runner counts it as skipped.
-inline bool CanInjectFaults() {
-    return !Server().folder.empty();
-}
-inline void SkipWithoutFaults() {
-    std::puts("skipped: a real server takes no injected faults");
-}
 
 /// A connection of the repair side, and the values for it.
 inline DbConnectionSettings SettingsFor(const std::wstring& database) {
@@ -55,16 +46,22 @@ private:
     std::wstring name_;
 };
 
-/// A database cell by cell: "[schema].[table].column row" with its value; the column "n" tells rows apart.
+/// Databases cell by cell: "database.[schema].[table].column row" with its value; the column "n" tells rows
+/// apart.
 using Content = std::map<std::wstring, std::wstring>;
-Content ContentOf(const std::wstring& database);
+Content ContentOf(const std::vector<std::wstring>& databases);
 
 /// The cells that differ, with their later value, or the earlier one of a cell that vanished.
 Content Difference(const Content& before, Content after);
 
+/// Nothing with the stand-in, which alone takes faults and tells what it is asked.
+/// @throws std::runtime_error on a real server, with a text by which ctest counts the case as skipped
+void RequireStandIn();
+
 /// A file for the stand-in, gone at the end of its scope.
 struct ServerFile {
     ServerFile(const wchar_t* name, std::string_view bytes) : path(Server().folder + L"\\" + name) {
+        RequireStandIn();
         std::ofstream(path, std::ios::binary) << bytes;
     }
     ~ServerFile() { std::filesystem::remove(path); }
@@ -94,15 +91,14 @@ std::wstring ToldBy(Action action) {
     return trace.Told();
 }
 
-/// Live ODBC handles of this process and of the programs that it has started, as the stand-in counts them. A
-/// program that was killed leaves its count behind, to be forgotten.
-int LiveHandles(bool forget = false);
-
-/// Connections of these processes that are not disconnected, the lost ones among them.
-int OpenConnections();
-
-/// Both by kind: "environments 1 connections 1 open 1 " is a session; empty when nothing is alive.
+/// ODBC handles and open connections of this process and of the programs that it has started, as the stand-in
+/// counts them, by kind; empty when nothing is alive.
 std::wstring Alive();
+/// What is alive while a session is connected.
+inline constexpr wchar_t kOneSession[] = L"environments 1 connections 1 open 1 ";
+
+/// Forgets the counts of programs that have ended: one that was killed leaves its own behind.
+void ForgetHandles();
 
 /// How a connection commits: "automatic" or "manual".
 std::string CommitMode(SQLHDBC connection);

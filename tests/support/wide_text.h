@@ -2,18 +2,16 @@
 
 #include <doctest/doctest.h>
 
+#include <functional>
 #include <iterator>
 #include <sstream>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "text/text.h"
 
-// doctest's own looks at the value in a lambda, where a structured binding has no place in C++20.
-#undef CAPTURE
-#define CAPTURE_AS(copy, value) \
-    const auto& copy = value;   \
-    INFO(#value " := ", copy)
-#define CAPTURE(value) CAPTURE_AS(DOCTEST_ANONYMOUS(captured_), value)
+using namespace std::string_literals;
 
 // How a failed check prints wide texts: as UTF-8 between quotation marks. Without this doctest prints "{?}".
 template <std::convertible_to<std::wstring_view> Text>
@@ -32,17 +30,43 @@ struct doctest::StringMaker<std::vector<Value>> {
         return text + ")";
     }
 };
-
 // A row's name, which doctest would print as its address.
 template <>
 struct doctest::StringMaker<const char*> {
     static String convert(const char* text) { return text; }
 };
 
-/// A row of the simplest tables.
-struct TextRow {
-    const char* name;
-    std::wstring in, expected;
+/// Rows to go through. What fails in a row's turn, exceptions as well, tells its name: the member of that
+/// name, the first column, or the row itself.
+template <class Row>
+class Table {
+public:
+    Table(std::initializer_list<Row> rows) : rows_(rows) {}
+    explicit Table(std::vector<Row> rows) : rows_(std::move(rows)) {}
+
+    struct Iterator {
+        const Row*& current;
+        const Row* row;
+        const Row& operator*() const { return *(current = row); }
+        void operator++() { ++row; }
+        bool operator!=(const Iterator& other) const { return row != other.row; }
+    };
+    Iterator begin() { return {current_, rows_.data()}; }
+    Iterator end() { return {current_, rows_.data() + rows_.size()}; }
+
+private:
+    doctest::String Name() const {
+        if constexpr (requires(const Row& row) { row.name; })
+            return doctest::toString(current_->name);
+        else if constexpr (requires(const Row& row) { std::get<0>(row); })
+            return doctest::toString(std::get<0>(*current_));
+        else
+            return doctest::toString(*current_);
+    }
+    std::vector<Row> rows_;
+    const Row* current_ = nullptr;
+    doctest::detail::ContextScope<std::function<void(std::ostream*)>> told_{
+        [this](std::ostream* out) { *out << "row " << Name(); }};
 };
 
 /// The parts of a text between its blanks.
@@ -52,24 +76,37 @@ inline std::vector<std::wstring> Words(const std::wstring& text) {
     return {Word(stream), Word()};
 }
 
+/// A text with values in the places of its "{}".
+template <class... Values>
+std::wstring Format(std::wstring text, const Values&... values) {
+    const auto fill = [&](const auto& value) {
+        std::wostringstream filled;
+        filled << value;
+        text.replace(text.find(L"{}"), 2, filled.str());
+    };
+    (fill(values), ...);
+    return text;
+}
+
 /// The first line in which a long text is not the expected one, both of them; empty when all are the same.
 inline std::wstring FirstLineThatDiffers(const std::wstring& text, const std::wstring& expected) {
     std::wistringstream is(text), should(expected);
-    for (int number = 1;; ++number) {
-        std::wstring line, other;
-        const bool more = !!std::getline(is, line), otherMore = !!std::getline(should, other);
-        if (!more && !otherMore) return L"";
-        if (more != otherMore || line != other)
-            return L"line " + std::to_wstring(number) + L" is \"" + (more ? line : L"(no more)") +
-                   L"\", not \"" + (otherMore ? other : L"(no more)") + L"\"";
+    for (int number = 1; is || should; ++number) {
+        std::wstring line = L"(no more)", other = line;
+        std::getline(is, line);
+        std::getline(should, other);
+        if (line != other || !is != !should)
+            return L"line " + std::to_wstring(number) + L" is \"" + line + L"\", not \"" + other + L"\"";
     }
+    return L"";
 }
 
-/// The text of the error that an action throws; "(nothing)" when it throws none.
-template <class Action>
-std::wstring ErrorOf(Action action) {
+/// The text of the error that an action throws; "(nothing)" when it throws none. Structured bindings are
+/// passed as arguments: not every compiler lets a lambda capture them.
+template <class Action, class... Arguments>
+std::wstring ErrorOf(Action action, const Arguments&... arguments) {
     try {
-        action();
+        action(arguments...);
     } catch (const RuntimeError& error) {
         return Utf8ToWide(error.what());
     }
