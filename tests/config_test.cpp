@@ -50,11 +50,11 @@ TEST_CASE("JSON escapes are resolved") {
 TEST_CASE("an INI text is split into sections and keys") {
     const IniText ini = ParseIni(
         L"early = 1\r\n[ Config ]\r\n\r\n  ;Hidden=1\n#Hidden=2\n GameName = a = b \r\nnovalue\n"
-        L"ServerID=1\nserverid=low\nServerID = 2\n[odd]=x\n[Other]\nGameName=x\n[Config]\nLate=3");
+        L"ServerID=1\nserverid=[low]\nServerID = 2\n[odd]=x\n[Other]\nGameName=x\n[Config]\nLate=3");
     CHECK(IniValue(ini, L"", L"early") == L"1");
     for (const auto& [key, value] : Table({std::pair(L"GameName", L"a = b"),
                                            {L"ServerID", L"2"},
-                                           {L"serverid", L"low"},
+                                           {L"serverid", L"[low]"},
                                            {L"Late", L"3"},
                                            {L"[odd]", L"x"},
                                            {L";Hidden", L""},

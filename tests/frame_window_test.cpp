@@ -223,6 +223,8 @@ TEST_CASE("places follow the window's width and height down to their limits") {
         const HWND child = windows.Child(id);
         Resize(GetParent(child), width, width == 600 ? 400 : 800);
         CHECK(Described(child).substr(0, place.size()) == place);
+        // What stays where it was is drawn again, too.
+        CHECK(GetUpdateRect(GetWindow(GetParent(child), GW_CHILD), nullptr, FALSE) == TRUE);
     }
 }
 

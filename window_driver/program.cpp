@@ -115,10 +115,17 @@ void WaitUntil(const std::string& what, const std::function<bool()>& question, M
 void WaitFor(const std::string& what, const std::wstring& expected,
              const std::function<std::wstring()>& value, Milliseconds timeout) {
     const Clock::time_point start = Clock::now();
-    std::wstring last;
-    const auto isThere = [&] { return (last = value()) == expected; };
+    constexpr std::size_t kMostTold = 5;
+    std::vector<std::wstring> seen;
+    const auto isThere = [&] {
+        if (std::wstring now = value(); seen.empty() || seen.back() != now) seen.push_back(std::move(now));
+        return seen.back() == expected;
+    };
     if (HappensWithin(timeout, isThere)) return;
-    FailSince(start, what + " \"" + ToUtf8(expected) + "\", which is \"" + ToUtf8(last) + "\"");
+    std::string told;
+    for (std::size_t i = seen.size() - std::min(seen.size(), kMostTold); i < seen.size(); ++i)
+        told += (told.empty() ? "\"" : ", then \"") + ToUtf8(seen[i]) + "\"";
+    FailSince(start, what + " \"" + ToUtf8(expected) + "\", which was " + told);
 }
 
 Program::Program(const std::wstring& exePath, const std::wstring& directory, int showCommand)

@@ -43,8 +43,8 @@ public:
 void WaitUntil(const std::string& what, const std::function<bool()>& question,
                Milliseconds timeout = kWindowTimeout);
 
-/// Calls `value` until it gives `expected`. @throws DeskError naming `what` and the last value after the
-/// time-out.
+/// Calls `value` until it gives `expected`. @throws DeskError naming `what` and the last values, in the order
+/// in which they came, after the time-out.
 void WaitFor(const std::string& what, const std::wstring& expected,
              const std::function<std::wstring()>& value, Milliseconds timeout = kWindowTimeout);
 

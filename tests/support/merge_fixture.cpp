@@ -58,7 +58,7 @@ std::wstring MergeFixture::ChangeSince(const Content& before) const {
     if (changed.empty()) return L"";
     const std::wstring& cell = changed.begin()->first;
     const auto valueIn = [&](const Content& content) {
-        return content.contains(cell) ? L"\"" + content.at(cell) + L"\"" : L"missing";
+        return content.contains(cell) ? L"\"" + Trim(content.at(cell)) + L"\"" : L"missing";
     };
     return cell + L" is " + valueIn(after) + L", was " + valueIn(before);
 }
