@@ -11,7 +11,7 @@
 
 #include "text/text.h"
 
-using namespace std::string_literals;
+using std::string_literals::operator""s;
 
 // How a failed check prints wide texts: as UTF-8 between quotation marks. Without this doctest prints "{?}".
 template <std::convertible_to<std::wstring_view> Text>
